@@ -1,0 +1,40 @@
+// pixtrail: one subcommand per job. main only registers the subcommands and parses.
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+
+#include "cli/CommandContext.hpp"
+// Command headers, one group per subsystem.
+// -- coordinates --
+
+// -- tracks and waypoints --
+
+// -- photos --
+
+// -- receivers --
+
+int main(int argc, char** argv) {
+  using namespace pixtrail::cli;
+  CLI::App app{"Pixtrail: geotag photos from GPS tracks; tracks, waypoints, coordinates and receivers"};
+  app.set_version_flag("--version", "pixtrail 0.1.0");
+  GlobalOptions global;
+  CommandResult result;
+  addGlobalOptions(app, global);
+
+  // -- coordinates --
+
+  // -- tracks and waypoints --
+
+  // -- photos --
+
+  // -- receivers --
+
+  app.require_subcommand(1);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    const int code = app.exit(e);
+    return code == 0 ? kExitOk : kExitUsage;
+  }
+  return result.status;
+}

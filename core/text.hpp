@@ -1,0 +1,32 @@
+#pragma once
+// Small text helpers shared by the parsers: blanks, case-insensitive comparison, splitting, number
+// reading that reports failure instead of throwing, and the 8-bit (Latin-1) / UTF-8 edge.
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace pixtrail {
+
+std::string_view trim(std::string_view text);
+std::string toUpperAscii(std::string_view text);
+std::string toLowerAscii(std::string_view text);
+bool equalsIgnoreCase(std::string_view a, std::string_view b);
+bool startsWithIgnoreCase(std::string_view text, std::string_view prefix);
+
+// Splits at every `separator`; empty fields are kept ("a,,b" gives three fields).
+std::vector<std::string_view> splitFields(std::string_view text, char separator);
+// Splits at runs of blanks and tabs; no empty fields.
+std::vector<std::string_view> splitOnBlanks(std::string_view text);
+
+// Whole-field numbers: leading/trailing blanks allowed, anything else left over fails.
+std::optional<double> parseDouble(std::string_view text);
+std::optional<long long> parseInteger(std::string_view text);
+
+// The system keeps 8-bit text (Latin-1); terminals and JSON want UTF-8.
+std::string latin1ToUtf8(std::string_view latin1);
+// Characters outside Latin-1 become '?'; malformed UTF-8 bytes are taken as Latin-1.
+std::string utf8ToLatin1(std::string_view utf8);
+
+}  // namespace pixtrail

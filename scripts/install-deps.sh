@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Installs the build dependencies and the independent test oracles through apt.
+# Idempotent: when every package is already there it does nothing and asks no network.
+set -euo pipefail
+
+packages=(
+  # build
+  cmake g++ ninja-build pkg-config make
+  zlib1g-dev libminizip-dev libpugixml-dev libcli11-dev libinih-dev nlohmann-json3-dev
+  libusb-1.0-0-dev
+  libgtest-dev libgmock-dev libbenchmark-dev
+  # fuzzing (libFuzzer ships with clang's runtime)
+  clang libclang-rt-14-dev
+  # test oracles: tools nobody on this project wrote
+  libimage-exiftool-perl exiv2 gpsbabel proj-bin geographiclib-tools gpsd-clients socat imagemagick
+  # benchmarks
+  hyperfine time
+)
+
+missing=()
+for p in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+echo "Installing: ${missing[*]}"
+sudo=""
+[ "$(id -u)" -ne 0 ] && sudo="sudo"
+export DEBIAN_FRONTEND=noninteractive
+$sudo apt-get update -qq
+$sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"

@@ -1,0 +1,5 @@
+#!/usr/bin/env bash
+# `make run`: the main job on the bundled samples.
+set -euo pipefail
+build=${1:-build}
+"$build/pixtrail" --help

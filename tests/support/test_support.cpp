@@ -1,0 +1,78 @@
+#include "tests/support/test_support.hpp"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+
+namespace pixtrail::test {
+
+std::filesystem::path testData(const std::string& relative) {
+  return std::filesystem::path(PIXTRAIL_TEST_DATA_DIR) / relative;
+}
+
+TempDir::TempDir() {
+  std::random_device rd;
+  const auto base = std::filesystem::temp_directory_path();
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    auto candidate = base / ("pixtrail-test-" + std::to_string(rd()));
+    if (std::filesystem::create_directory(candidate)) {
+      path_ = candidate;
+      return;
+    }
+  }
+  throw std::runtime_error("cannot create a temporary folder");
+}
+
+TempDir::~TempDir() {
+  std::error_code ec;
+  std::filesystem::remove_all(path_, ec);
+}
+
+std::string readFileBytes(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  std::ostringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+void writeFileBytes(const std::filesystem::path& file, const std::string& bytes) {
+  std::ofstream out(file, std::ios::binary);
+  out << bytes;
+}
+
+std::string shellQuote(const std::string& text) {
+  std::string q = "'";
+  for (char c : text) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return q + "'";
+}
+
+CommandOutput runCommand(const std::string& commandLine, const std::string& stdinText) {
+  TempDir dir;
+  const auto in = dir / "stdin";
+  const auto out = dir / "stdout";
+  const auto err = dir / "stderr";
+  writeFileBytes(in, stdinText);
+  const std::string full = "(" + commandLine + ") <" + shellQuote(in.string()) + " >" +
+                           shellQuote(out.string()) + " 2>" + shellQuote(err.string());
+  const int raw = std::system(full.c_str());
+  CommandOutput result;
+  result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+  result.out = readFileBytes(out);
+  result.err = readFileBytes(err);
+  return result;
+}
+
+CommandOutput runPixtrail(const std::string& arguments, const std::string& stdinText) {
+  return runCommand(shellQuote(PIXTRAIL_CLI_PATH) + " " + arguments, stdinText);
+}
+
+bool haveTool(const std::string& name) {
+  return std::system(("command -v " + shellQuote(name) + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+}  // namespace pixtrail::test
