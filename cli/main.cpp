@@ -5,7 +5,9 @@
 
 #include "cli/CommandContext.hpp"
 // Command headers, one group per subsystem.
-// -- coordinates --
+// -- coordinates: datum table and shifts --
+
+// -- coordinates: projections, text and units --
 
 // -- tracks and waypoints --
 
@@ -21,7 +23,12 @@ int main(int argc, char** argv) {
   CommandResult result;
   addGlobalOptions(app, global);
 
-  // -- coordinates --
+  CLI::App& coord = *app.add_subcommand("coord", "Convert positions: datums, projections, coordinate text");
+  coord.require_subcommand(1);
+
+  // -- coordinates: datum table and shifts --
+
+  // -- coordinates: projections, text and units --
 
   // -- tracks and waypoints --
 
