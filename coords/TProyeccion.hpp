@@ -137,11 +137,11 @@ class TProyeccion {
     int own = 0;
     if (!workingDatumFor(datum, own, message)) return false;
     TCoord position;
+    position.alt = grid.alt;  // carried over unless the inverse computes a height
     if (!inverse(grid, own, position)) {
       appendMessage(message, failure);
       return false;
     }
-    position.alt = grid.alt;
     if (!fromOwnDatum(position, own, datum, message)) return false;
     out = position;
     return true;
