@@ -46,6 +46,7 @@ bool TProyeccionMercator::unproject(const GridCoord& grid, int datum, TCoord& ou
     const TDatum& row = datumTable().datum(own);
     const double ak0 = row.a * gn7m(param(kLatTrueScale) * kRadPerDeg, row.e);
     const double t = std::exp((param(kFalseNorthing) - g.y) / ak0);
+    if (!(t > 0 && std::isfinite(t))) return false;  // beyond every latitude short of a pole
     p.lat = latitudeFromT(t, row.e) * kDegPerRad;
     p.lon = param(kLon0) + (g.x - param(kFalseEasting)) / ak0 * kDegPerRad;
     return std::isfinite(p.lat) && std::isfinite(p.lon);
