@@ -230,7 +230,7 @@ void TListaDatums::attachGrids(std::string& message) {
     auto grid = std::make_unique<TDatumFileNTV2>(file);
     if (!grid->readHeader(message)) continue;
     const int source = findByName(grid->sourceName());
-    if (source >= 0 && findByName(grid->targetName()) == kDatumWgs84 && source != kDatumWgs84)
+    if (source >= 0 && findByName(grid->targetName()) == kDatumWgs84)
       rows_[static_cast<std::size_t>(source)].grid = std::move(grid);
   }
 }

@@ -92,7 +92,7 @@ class TListaDatums {
   void changePointsDatum(std::span<TCoord> positions, int fromIndex, int toIndex) const;
 
   // A new user row: a copy of row 0 under `name`, appended after every other row. Returns its index.
-  int addDatum(std::string_view name);
+  int addDatum(std::string_view name = "New Datum");
   // Removes a row; later rows move down. Row 0 (the hub of every shift) cannot be removed.
   bool deleteDatum(int index, std::string& message);
   // Appends a finished row (used when building the shipped table). Returns its index.

@@ -160,22 +160,5 @@ TEST(Ntv2Grid, MissingFileReportsItsName) {
   EXPECT_FALSE(grid.usable());
 }
 
-TEST(Ntv2Grid, RealTestGridsAgreeAcrossByteOrders) {
-  TDatumFileNTV2 little(test::testData("grids/test_hgrid_little_endian.gsb"));
-  TDatumFileNTV2 big(test::testData("grids/test_hgrid_big_endian.gsb"));
-  std::string message;
-  ASSERT_TRUE(little.readHeader(message)) << message;
-  ASSERT_TRUE(big.readHeader(message)) << message;
-  ASSERT_EQ(little.subGrids().size(), 1u);
-  ASSERT_EQ(big.subGrids().size(), 1u);
-  EXPECT_EQ(little.subGrids()[0].rows, 4);
-  EXPECT_EQ(little.subGrids()[0].columns, 4);
-  EXPECT_EQ(little.subGrids()[0].nodes, big.subGrids()[0].nodes);
-  TCoord a{5.5, 53.5, 0.0f}, b = a;
-  ASSERT_TRUE(little.applyForward(a));
-  ASSERT_TRUE(big.applyForward(b));
-  EXPECT_EQ(a, b);
-}
-
 }  // namespace
 }  // namespace pixtrail

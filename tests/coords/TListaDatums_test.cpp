@@ -322,7 +322,7 @@ TEST_F(DatumFolder, UserRowsFollowTheSystemRowsAndOnlyTheyAreSavedByAUser) {
   EXPECT_EQ(table.datum(4).name, "Mine");
   EXPECT_EQ(table.systemRowCount(), 4);
 
-  const int added = table.addDatum("New Datum");
+  const int added = table.addDatum();
   EXPECT_EQ(added, 5);
   EXPECT_EQ(table.datum(added).a, table.datum(0).a);
   EXPECT_EQ(table.datum(added).alternativeNames, "NAD83");
