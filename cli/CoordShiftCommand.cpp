@@ -1,5 +1,6 @@
 #include "cli/CoordShiftCommand.hpp"
 
+#include <cmath>
 #include <cstdio>
 #include <iostream>
 #include <memory>
@@ -12,6 +13,10 @@
 namespace pixtrail::cli {
 
 namespace {
+
+// Inputs beyond these are typing errors, not positions.
+constexpr double kMaxLatDeg = 90.0;
+constexpr double kMaxLonDeg = 360.0;
 
 // "LAT LON [ALT]" in decimal degrees and metres, shifted and printed as the command prints it.
 bool shiftFields(const std::vector<std::string_view>& fields, int from, int to, std::string& out,
@@ -28,7 +33,7 @@ bool shiftFields(const std::vector<std::string_view>& fields, int from, int to, 
                                (fields.size() == 3 ? " " + std::string(fields[2]) : ""));
     return false;
   }
-  if (*lat < -90 || *lat > 90 || *lon < -360 || *lon > 360) {
+  if (std::fabs(*lat) > kMaxLatDeg || std::fabs(*lon) > kMaxLonDeg) {
     appendMessage(message, "Position out of range");
     return false;
   }
