@@ -378,16 +378,16 @@ TEST_F(DatumFolder, LookupFollowsTheNameAlternativeEcwOrder) {
 TEST_F(DatumFolder, GridsAttachByTheirSystemNamesAndFallBackOutside) {
   write("datumsb.dat", datumFile(2, kSystemRows));
   std::filesystem::create_directory(dir / "datumgrids");
-  test::GridSpec spec;
-  spec.systemF = "ED50";
-  spec.systemT = "NAD83";  // an alternative name of row 0
-  test::SubGridSpec g;
+  test::GridLayout layout;
+  layout.systemF = "ED50";
+  layout.systemT = "NAD83";  // an alternative name of row 0
+  test::SubGridLayout g;
   g.sLat = 40 * 3600, g.nLat = 41 * 3600, g.eLong = 3 * 3600, g.wLong = 4 * 3600, g.latInc = g.longInc = 900;
   g.shift = [](double, double, float& dLat, float& dLon) { dLat = 3.5f, dLon = -7.25f; };
-  spec.subGrids = {g};
-  test::writeFileBytes(dir / "datumgrids" / "ed50.gsb", test::buildNtv2Grid(spec));
-  spec.systemF = "Lookalike", spec.systemT = "Tokyo Datum Long Name";  // not to WGS 84: dropped
-  test::writeFileBytes(dir / "datumgrids" / "other.GSB", test::buildNtv2Grid(spec));
+  layout.subGrids = {g};
+  test::writeFileBytes(dir / "datumgrids" / "ed50.gsb", test::buildNtv2Grid(layout));
+  layout.systemF = "Lookalike", layout.systemT = "Tokyo Datum Long Name";  // not to WGS 84: dropped
+  test::writeFileBytes(dir / "datumgrids" / "other.GSB", test::buildNtv2Grid(layout));
   std::filesystem::create_symlink(dir / "nowhere.gsb", dir / "datumgrids" / "broken.gsb");
 
   ASSERT_TRUE(load()) << message;
