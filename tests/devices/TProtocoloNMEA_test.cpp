@@ -53,8 +53,11 @@ TEST(NmeaGga, QualityDecidesValidityAndDifferential) {
     bool valid;
     bool differential;
     const char* why;
+    std::string satellites = "08";
   } rows[] = {
       {"1", "4807.038,N,01131.000,E", true, false, "plain GPS fix"},
+      {"1", "4807.038,N,01131.000,E", false, false, "no satellites in use: a stale position", "00"},
+      {"1", "4807.038,N,01131.000,E", true, false, "satellites unknown", ""},
       {"2", "4807.038,N,01131.000,E", true, true, "differential"},
       {"0", "4807.038,N,01131.000,E", false, false, "no fix"},
       {"", "4807.038,N,01131.000,E", false, false, "empty quality"},
@@ -66,7 +69,7 @@ TEST(NmeaGga, QualityDecidesValidityAndDifferential) {
     Link link;
     link.fix.fixValid = 1;
     link.fix.differential = 1;
-    EXPECT_TRUE(link.feed(sentence("GPGGA,123519," + r.position + "," + r.quality + ",08,0.9,545.4,M,46.9,M,,")))
+    EXPECT_TRUE(link.feed(sentence("GPGGA,123519," + r.position + "," + r.quality + "," + r.satellites + ",0.9,545.4,M,46.9,M,,")))
         << r.why;
     EXPECT_EQ(link.fix.fixValid, r.valid) << r.why;
     EXPECT_EQ(link.fix.differential, r.differential) << r.why;
