@@ -270,7 +270,7 @@ double isaAltitudeM(double hpa) { return 44330.8 * (1.0 - std::pow(hpa / 1013.25
 
 TEST(NmeaVario, PressureAltitudeFollowsTheStandardAtmosphere) {
   for (const double hpa : {1050.0, 1013.25, 950.0, 850.0, 700.0, 500.0, 400.0, 300.0})
-    EXPECT_NEAR(pressureAltitudeM(hpa), isaAltitudeM(hpa), 25.0) << hpa;
+    EXPECT_NEAR(pressureAltitudeM(hpa), isaAltitudeM(hpa), 2.0) << hpa;
   EXPECT_EQ(pressureAltitudeM(100.0), 9999.0);
   EXPECT_EQ(pressureAltitudeM(1200.0), -300.0);
   EXPECT_EQ(pressureAltitudeM(std::nan("")), 9999.0);
@@ -281,10 +281,10 @@ TEST(NmeaVario, ThreeVariometerSentences) {
   EXPECT_TRUE(link.feed(sentence("D,+12,95012")));
   EXPECT_DOUBLE_EQ(link.fix.varioMs.value, 1.2);
   EXPECT_DOUBLE_EQ(link.fix.pressureHpa.value, 950.12);
-  EXPECT_NEAR(link.fix.pressureAltitudeM.value, isaAltitudeM(950.12), 25.0);
+  EXPECT_NEAR(link.fix.pressureAltitudeM.value, isaAltitudeM(950.12), 2.0);
   EXPECT_TRUE(link.feed(sentence("d,850.0,-0.8")));
   EXPECT_DOUBLE_EQ(link.fix.varioMs.value, -0.8);
-  EXPECT_NEAR(link.fix.pressureAltitudeM.value, isaAltitudeM(850.0), 25.0);
+  EXPECT_NEAR(link.fix.pressureAltitudeM.value, isaAltitudeM(850.0), 2.0);
   EXPECT_TRUE(link.feed(sentence("PVABD,1234.5,2.5,65.0,")));
   EXPECT_DOUBLE_EQ(link.fix.pressureAltitudeM.value, 1234.5);
   EXPECT_DOUBLE_EQ(link.fix.airspeedKmh.value, 65.0);
