@@ -35,17 +35,6 @@ struct Link {
 
 const std::string kGga = "GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,";
 
-TEST(NmeaFix, StartsUnknown) {
-  const TDatosGPSActual fix;
-  EXPECT_EQ(fix.fixValid, 0);
-  EXPECT_EQ(fix.satellites, -1);
-  EXPECT_EQ(fix.speedMs, -1.0);
-  EXPECT_EQ(fix.courseRad, -1.0);
-  EXPECT_EQ(fix.trueHeadingDeg, -1.0);
-  EXPECT_EQ(fix.changed, 2);
-  EXPECT_FALSE(fix.depthM.present || fix.waterTemperatureC.present || fix.trueWindAngleDeg.present);
-}
-
 TEST(NmeaGga, QualityDecidesValidityAndDifferential) {
   const struct {
     std::string quality;
