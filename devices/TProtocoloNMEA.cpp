@@ -110,9 +110,7 @@ bool TProtocoloNMEA::processLine(std::string_view line, TDatosGPSActual& fix, in
         fix.depthTime = heldDepthTime_;
       }
       fix.changed = 1;
-      cycleHasPosition_ = true;
-      cyclePositionType_.assign(type);
-      cycleTime_.assign(type == "GLL" ? s.field(5) : s.field(1));
+      gllShutOut_ = type != "GLL";
       sinceLastPosition = 0;
       previousType.assign(type);
       return true;
@@ -181,10 +179,9 @@ bool TProtocoloNMEA::takeRmc(Context& c) {
 bool TProtocoloNMEA::takeGll(Context& c) {
   const TComandaNMEA_Rx& s = sentence_;
   if (!prefers("GLL") || s.fieldCount() < 5) return false;
-  // A new time starts a new cycle; GLL never shuts out a later GLL of a GLL-only receiver.
-  const bool gllAllowed = !cycleHasPosition_ || cyclePositionType_ == "GLL" ||
-                          (!s.field(5).empty() && s.field(5) != cycleTime_);
-  if (!gllAllowed) return false;
+  // GLL repeats what GGA or RMC said; it takes over only once they have stopped coming, and a
+  // GLL never shuts out the next GLL of a receiver that sends nothing else.
+  if (gllShutOut_ && c.sinceLastPosition <= kLostFixSentences) return false;
   TDatosGPSActual& fix = c.fix;
   TCoord p = fix.position;
   const bool havePosition = s.position(1, p);

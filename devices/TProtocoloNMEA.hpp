@@ -118,10 +118,8 @@ class TProtocoloNMEA {
   std::function<void(std::string_view)> log_;
   std::function<DateTimeValue()> clock_;
 
-  // The cycle: which sentence gave the last position, and with which time text.
-  bool cycleHasPosition_ = false;
-  std::string cyclePositionType_;
-  std::string cycleTime_;
+  // GGA, RMC or GGAM gave the last position: GLL is not taken in their cycle.
+  bool gllShutOut_ = false;
   double heldDepthM_ = -1.0;  // negative: none
   DateTimeValue heldDepthTime_ = 0.0;
 };

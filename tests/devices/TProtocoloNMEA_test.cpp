@@ -133,7 +133,12 @@ TEST(NmeaDispatch, GllOnlyWithoutGgaOrRmcInTheCycle) {
   ASSERT_TRUE(link.feed(sentence(kGga)));
   EXPECT_FALSE(link.feed(gll));  // same cycle: GGA's position stays
   EXPECT_NEAR(link.fix.position.lat, 48.1173, 1e-12);
-  // The next second is a new cycle in which GLL comes first.
+  EXPECT_FALSE(link.feed(sentence("GPGLL,4025.1234,N,00342.5678,W,101530,A")));  // whatever its time
+  EXPECT_NEAR(link.fix.position.lat, 48.1173, 1e-12);
+  EXPECT_EQ(link.count, 2);
+  // Once GGA has stopped coming for longer than a cycle, GLL supplies the position.
+  for (int i = 0; i < 8; ++i) link.feed(sentence("GPGSA,A,3,01,02,12,14,,,,,,,,,1.8,1.0,1.5"));
+  EXPECT_FALSE(link.feed(gll));  // ten sentences since the GGA
   EXPECT_TRUE(link.feed(sentence("GPGLL,4025.1234,N,00342.5678,W,123520,A")));
   EXPECT_NEAR(link.fix.position.lat, 40.0 + 25.1234 / 60.0, 1e-12);
   EXPECT_NEAR(link.fix.position.lon, -(3.0 + 42.5678 / 60.0), 1e-12);
