@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <memory>
 
+#include "app/Configuration.hpp"
+#include "app/Startup.hpp"
 #include "core/text.hpp"
 #include "devices/TProtocoloNMEA.hpp"
 
@@ -139,15 +141,20 @@ bool blank(std::string_view line) { return trim(line).empty(); }
 
 }  // namespace
 
-void setupNmea(CLI::App& parent, const GlobalOptions& /*global*/, CommandResult& result) {
+void setupNmea(CLI::App& parent, const GlobalOptions& global, CommandResult& result) {
   auto options = std::make_shared<NmeaOptions>();
   CLI::App* cmd = parent.add_subcommand("nmea", "Decode an NMEA log line by line into the current fix");
   cmd->add_option("input", options->input, "NMEA log, or - for standard input")->required()->option_text("FILE|-");
   cmd->add_flag("--json", options->json, "One JSON object per line");
-  cmd->add_flag("--no-checksum", options->ignoreChecksum, "Take sentences whose checksum fails or is missing");
-  cmd->add_option("--prefer", options->preferredSentence, "Preferred position sentence: GGA, RMC or GLL")
+  cmd->add_flag("--no-checksum", options->ignoreChecksum,
+                "Take sentences whose checksum fails or is missing (as Use_Checksum_NMEA=0 in gps.ini)");
+  cmd->add_option("--prefer", options->preferredSentence,
+                  "Preferred position sentence: GGA, RMC or GLL (default: gps.ini's Comanda_NMEA_MovingMap)")
       ->option_text("TYPE");
-  cmd->callback([options, &result] { result.status = runNmea(*options); });
+  cmd->callback([options, &global, &result] {
+    options->configFile = global.configFile;
+    result.status = runNmea(*options);
+  });
 }
 
 int runNmea(const NmeaOptions& options) {
@@ -156,7 +163,15 @@ int runNmea(const NmeaOptions& options) {
     std::fprintf(stderr, "Error opening %s\n", options.input.c_str());
     return kExitUsage;
   }
-  TProtocoloNMEA protocol(NmeaSettings{!options.ignoreChecksum, options.preferredSentence});
+  // Only the two settings of the dispatch are needed: no datum table, no language file.
+  Configuration& config = configuration();
+  std::string message;
+  config.load(options.configFile.empty() ? defaultConfigFile() : std::filesystem::path(options.configFile), message);
+  if (!message.empty()) std::fprintf(stderr, "%s\n", message.c_str());
+  const NmeaSettings settings{config.useNmeaChecksum.get() && !options.ignoreChecksum,
+                              options.preferredSentence.empty() ? config.nmeaMovingMapSentence.get()
+                                                                : options.preferredSentence};
+  TProtocoloNMEA protocol(settings);
   TDatosGPSActual fix;
   int sinceLastPosition = 0;
   std::string previousType;

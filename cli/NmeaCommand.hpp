@@ -13,7 +13,8 @@ struct NmeaOptions {
   std::string input;                // a file, or "-" for standard input
   bool json = false;                // JSON lines
   bool ignoreChecksum = false;      // "Use_Checksum_NMEA" off for this run
-  std::string preferredSentence;    // "Comanda_NMEA_MovingMap" for this run
+  std::string preferredSentence;    // "Comanda_NMEA_MovingMap" for this run; empty: gps.ini's
+  std::string configFile;           // gps.ini; empty: the user's
 };
 
 void setupNmea(CLI::App& parent, const GlobalOptions& global, CommandResult& result);

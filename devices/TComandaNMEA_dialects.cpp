@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <charconv>
 
+#include "coords/units.hpp"
 #include "core/messages.hpp"
 #include "devices/TComandaNMEA.hpp"
 
@@ -20,7 +21,6 @@ namespace pixtrail {
 
 namespace {
 
-constexpr double kFootM = 0.3048;
 constexpr int kTwoDigitYearPivot = 80;  // yy below this is 20yy
 
 void refuse(TErrorNMEA& error, std::int32_t code, std::string_view text, std::string_view body) {

@@ -3,19 +3,13 @@
 #include <chrono>
 #include <numbers>
 
+#include "coords/units.hpp"
 #include "core/text.hpp"
 
 namespace pixtrail {
 
 namespace {
 
-// The system's nautical mile is 1853.32 m, not 1852: its "kt" unit converts with that, and speeds
-// must agree with every other speed the program shows.
-constexpr double kNauticalMileM = 1853.32;
-constexpr double kKnotMs = kNauticalMileM / 3600.0;
-constexpr double kKmhMs = 1.0 / 3.6;
-constexpr double kFootM = 0.3048;
-constexpr double kFathomM = 1.8288;
 constexpr double kDegToRad = std::numbers::pi / 180.0;
 constexpr double kPascalPerHpa = 100.0;
 constexpr double kDmsPerMs = 10.0;
@@ -68,7 +62,10 @@ const TProtocoloNMEA::Route TProtocoloNMEA::kRoutes[] = {
 TProtocoloNMEA::TProtocoloNMEA(NmeaSettings settings)
     : settings_(std::move(settings)),
       preferred_(toUpperAscii(trim(settings_.preferredPositionSentence))),
-      clock_(systemClock) {}
+      clock_(systemClock),
+      knotMs_(unitFactor(kUnitKnot)),
+      kmhMs_(unitFactor(kUnitKmPerHour)),
+      fathomM_(unitFactor(kUnitFathom)) {}
 
 bool TProtocoloNMEA::prefers(std::string_view type) const { return preferred_.empty() || preferred_ == type; }
 
@@ -169,7 +166,7 @@ bool TProtocoloNMEA::takeRmc(Context& c) {
     fix.position.lon = p.lon;
   }
   double knots = 0.0;
-  fix.speedMs = s.number(7, knots) && knots >= 0.0 ? knots * kKnotMs : -1.0;
+  fix.speedMs = s.number(7, knots) && knots >= 0.0 ? knots * knotMs_ : -1.0;
   double courseDeg = 0.0;
   fix.courseRad = s.number(8, courseDeg) && courseDeg >= 0.0 ? courseDeg * kDegToRad : -1.0;
   if (!s.field(9).empty()) fix.date.assign(s.field(9));
@@ -216,7 +213,7 @@ bool TProtocoloNMEA::takeGgam(Context& c) {
   double hdop = 0.0;
   if (s.number(4, hdop) && hdop >= 0.0) fix.hdop = hdop;
   double value = 0.0;
-  if (s.number(15, value)) fix.speedMs = value < kGgamUnknownBelow ? -1.0 : value * kKnotMs;
+  if (s.number(15, value)) fix.speedMs = value < kGgamUnknownBelow ? -1.0 : value * knotMs_;
   if (s.number(16, value)) fix.courseRad = value < kGgamUnknownBelow ? -1.0 : value * kDegToRad;
   if (s.fieldCount() > 17 && !s.field(17).empty()) fix.ggamText17.assign(s.field(17));
   if (s.fieldCount() > 18 && !s.field(18).empty()) fix.ggamText18.assign(s.field(18));
@@ -231,7 +228,7 @@ bool TProtocoloNMEA::takeVtg(Context& c) {
   double courseDeg = 0.0;
   c.fix.courseRad = s.number(1, courseDeg) && courseDeg >= 0.0 ? courseDeg * kDegToRad : -1.0;
   double knots = 0.0;
-  c.fix.speedMs = s.number(5, knots) && knots >= 0.0 ? knots * kKnotMs : -1.0;
+  c.fix.speedMs = s.number(5, knots) && knots >= 0.0 ? knots * knotMs_ : -1.0;
   return false;
 }
 
@@ -244,8 +241,8 @@ bool TProtocoloNMEA::readWind(NmeaReading& angle, NmeaReading& speed) {
   double value = 0.0;
   double ms = 0.0;
   if (s.number(5, value)) ms = value;
-  else if (s.number(3, value)) ms = value * kKnotMs;
-  else if (s.number(7, value)) ms = value * kKmhMs;
+  else if (s.number(3, value)) ms = value * knotMs_;
+  else if (s.number(7, value)) ms = value * kmhMs_;
   else return false;
   angle.value = side == "L" ? -deg : deg;
   speed.value = ms;
@@ -277,8 +274,8 @@ bool TProtocoloNMEA::takeMtw(Context& c) {
 bool TProtocoloNMEA::takeVhw(Context& c) {
   double value = 0.0;
   bool ok = true;
-  if (sentence_.number(5, value)) c.fix.waterSpeedMs.value = value * kKnotMs;
-  else if (sentence_.number(7, value)) c.fix.waterSpeedMs.value = value * kKmhMs;
+  if (sentence_.number(5, value)) c.fix.waterSpeedMs.value = value * knotMs_;
+  else if (sentence_.number(7, value)) c.fix.waterSpeedMs.value = value * kmhMs_;
   else ok = false;
   c.fix.waterSpeedMs.present = ok;
   return false;
@@ -291,7 +288,7 @@ bool TProtocoloNMEA::takeDbt(Context& c) {
   bool ok = true;
   if (sentence_.number(3, value)) metres = value;
   else if (sentence_.number(1, value)) metres = value * kFootM;
-  else if (sentence_.number(5, value)) metres = value * kFathomM;
+  else if (sentence_.number(5, value)) metres = value * fathomM_;
   else ok = false;
   if (ok) {
     heldDepthM_ = metres;

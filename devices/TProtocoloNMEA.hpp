@@ -121,6 +121,11 @@ class TProtocoloNMEA {
   // GGA, RMC or GGAM gave the last position: GLL is not taken in their cycle.
   bool gllShutOut_ = false;
   double heldDepthM_ = -1.0;  // negative: none
+  // Receivers send knots, km/h and fathoms; the fix holds m/s and metres, converted through the
+  // unit table (whose knot is the system's 1853.32 m nautical mile per hour).
+  double knotMs_;
+  double kmhMs_;
+  double fathomM_;
   DateTimeValue heldDepthTime_ = 0.0;
 };
 

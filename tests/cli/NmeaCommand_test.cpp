@@ -72,6 +72,21 @@ TEST(NmeaCommand, ChecksumSettingAndStandardInput) {
                      "time=123519\n");
 }
 
+TEST(NmeaCommand, TakesTheDispatchSettingsFromGpsIni) {
+  test::TempDir dir;
+  test::writeFileBytes(dir / "gps.ini", "[General]\nUse_Checksum_NMEA=0\nComanda_NMEA_MovingMap=RMC\n");
+  const std::string config = "--config " + test::shellQuote((dir / "gps.ini").string()) + " nmea --json -";
+  const std::string badGga = "$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*48\r\n";
+  const std::string badRmc = "$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W*6B\r\n";
+  const auto run = test::runPixtrail(config, badGga + badRmc);
+  ASSERT_EQ(run.status, 0) << run.err;
+  const auto lines = jsonLines(run.out);
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_EQ(lines[0]["changed"], false);  // GGA is not the preferred sentence
+  EXPECT_EQ(lines[1]["changed"], true);   // a bad checksum is taken with checking off
+  EXPECT_EQ(test::readFileBytes(dir / "gps.ini"), "[General]\nUse_Checksum_NMEA=0\nComanda_NMEA_MovingMap=RMC\n");
+}
+
 TEST(NmeaCommand, UnreadableInputIsAUsageError) {
   const auto run = test::runPixtrail("nmea /nonexistent/log.nmea");
   EXPECT_EQ(run.status, 2);
