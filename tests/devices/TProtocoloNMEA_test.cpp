@@ -4,8 +4,11 @@
 
 #include <cmath>
 #include <cstdio>
+#include <fstream>
 #include <numbers>
 #include <vector>
+
+#include "tests/support/test_support.hpp"
 
 namespace pixtrail {
 namespace {
@@ -239,6 +242,28 @@ TEST(NmeaDispatch, WaypointsGoToAnActiveReceiverOnly) {
   EXPECT_TRUE(link.feed(wpl));
   EXPECT_EQ(collect.names, std::vector<std::string>{"GCEBB"});
   EXPECT_EQ(link.fix.changed, 1);
+}
+
+TEST(NmeaDispatch, AWaypointListFromAReceiver) {
+  struct Collect : NmeaWaypointReceiver {
+    void receiveWaypoint(const TComandaNMEA_Rx& s) override {
+      NmeaWaypoint w;
+      TErrorNMEA error;
+      if (s.ParseWPL(w, error)) waypoints.push_back(w);
+    }
+    std::vector<NmeaWaypoint> waypoints;
+  } collect;
+  Link link;
+  link.state.waypointReceiver = &collect;
+  std::ifstream in(test::testData("nmea/waypoints.nmea"));
+  for (std::string line; std::getline(in, line);) EXPECT_TRUE(link.feed(line)) << line;
+  ASSERT_EQ(collect.waypoints.size(), 9u);
+  // $GPWPL,3558.322,N,08708.082,W,GCEBB*1D
+  EXPECT_EQ(collect.waypoints[0].name, "GCEBB");
+  EXPECT_NEAR(collect.waypoints[0].position.lat, 35.0 + 58.322 / 60.0, 1e-12);
+  EXPECT_NEAR(collect.waypoints[0].position.lon, -(87.0 + 8.082 / 60.0), 1e-12);
+  EXPECT_EQ(collect.waypoints[8].name, "GC317D");
+  EXPECT_EQ(link.fix.fixValid, 0);  // waypoints are not the receiver's position
 }
 
 TEST(NmeaExtended, GgamPositionAndOptionalFields) {
