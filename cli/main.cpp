@@ -21,6 +21,7 @@
 // -- photos --
 
 // -- receivers --
+#include "cli/NmeaCommand.hpp"
 
 int main(int argc, char** argv) {
   using namespace pixtrail::cli;
@@ -49,6 +50,7 @@ int main(int argc, char** argv) {
   // -- photos --
 
   // -- receivers --
+  setupNmea(app, global, result);
 
   app.require_subcommand(1);
   try {
