@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <exception>
 
+#include "app/LanguageFile.hpp"
 #include "core/messages.hpp"
 #include "tracks/TVolGPS.hpp"
 
@@ -112,7 +113,7 @@ std::vector<TrackInfoNode> TVolGPS::informationTree() const {
                       : std::vector<std::pair<std::string, std::string>>{}});
   tree.push_back({"Trk:igc", "IGC", 0, {}});
   tree.push_back({"Trk:energy", "Energy", 0, {}});
-  if (s.hasCadence) tree.push_back({"TrkPnt:velcad", "Speed/Cadence", 291, {}});
+  if (s.hasCadence) tree.push_back({"TrkPnt:velcad", "Speed/Cadence", msg::kSpeedCadenceNode, {}});
   return tree;
 }
 

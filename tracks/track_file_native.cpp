@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <fstream>
 
+#include "app/Configuration.hpp"
 #include "core/SafeFile.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
@@ -17,8 +18,6 @@ constexpr float kLowestWrittenAltitudeM = -1000.0f;  // below it the file says k
 constexpr float kLowestSpeedMs = -1.0f;
 constexpr float kLowestWrittenCadence = -0.5f;
 constexpr std::size_t kReadChunkBytes = 1 << 22;
-// Localized message 51 of the language file, with its default text.
-constexpr std::string_view kCannotCreateMessage = "Cannot create file ";
 
 // Blank-separated fields without allocating; fields past the array are ignored.
 struct Fields {
@@ -235,7 +234,7 @@ bool writeNativeTrack(const TVolGPS& track, const std::filesystem::path& request
   safe.keepBackup = options.keepBackup;
   std::string reason;
   if (!writeFileSafely(name, text, safe, reason)) {
-    appendMessage(message, std::string(kCannotCreateMessage) + name.string());
+    appendMessage(message, configuration().language.format(msg::kErrorCreatingFile, name.string()));
     appendMessage(message, reason);
     return false;
   }
