@@ -111,7 +111,8 @@ void appendPointDate(const TPuntTiempo& time, std::string& out) {
 }
 
 void appendPointTime(const TPuntTiempo& time, std::string& out) {
-  appendTwoDigits(time.hour, out);
+  if (time.hour < 0) out += '-';  // the reader's negated hours
+  appendTwoDigits(time.hour < 0 ? -time.hour : time.hour, out);
   out += ':';
   appendTwoDigits(time.minute, out);
   out += ':';
@@ -183,7 +184,10 @@ bool parseTimeOffset(std::string_view text, double& seconds) {
   }
   const auto hv = parseInteger(h), mv = parseInteger(m);
   const auto sv = parseDouble(s);
-  if (!hv || !mv || !sv || *hv < 0 || *mv < 0 || *sv < 0 || *hv > 1000000) return false;
+  // Bounds keep the offset a whole number of seconds that prints back the same way.
+  constexpr long long kMaxPart = 1000000;
+  if (!hv || !mv || !sv || *hv < 0 || *mv < 0 || !(*sv >= 0) || *hv > kMaxPart || *mv > kMaxPart || *sv > kMaxPart)
+    return false;
   seconds = sign * (static_cast<double>(*hv) * kSecondsPerHour + static_cast<double>(*mv) * kSecondsPerMinute + *sv);
   return true;
 }
