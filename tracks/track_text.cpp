@@ -1,5 +1,6 @@
 #include "tracks/track_text.hpp"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -26,7 +27,28 @@ void appendTwoDigits(int value, std::string& out) {
   out += static_cast<char>('0' + v % 10);
 }
 
+std::string angleField(bool isLatitude, double valueDeg, int mode);
+constexpr int kDecimalDegreeDigits = 7;
+
+// Seven decimals by the shortest exact route; the same digits as the coordinate text's "%.7f".
+void appendFixed7(double value, std::string& out) {
+  char buffer[64];
+  const auto r = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, kDecimalDegreeDigits);
+  out.append(buffer, r.ptr);
+}
+
 // One angle as a field: the parts with their marks and the hemisphere letter, no blanks.
+void appendAngleField(bool isLatitude, double valueDeg, int mode, std::string& out) {
+  if (mode == kFileSignedDegrees) return appendFixed7(valueDeg, out);
+  if (mode == kFileDegrees) {
+    appendFixed7(std::abs(valueDeg), out);
+    out += kDegreeMark;
+    out += hemisphereLetter(isLatitude, valueDeg);
+    return;
+  }
+  out += angleField(isLatitude, valueDeg, mode);
+}
+
 std::string angleField(bool isLatitude, double valueDeg, int mode) {
   const AngleText parts = angleToText(isLatitude, valueDeg, mode);
   if (mode == kFileSignedDegrees) return parts.degrees;
@@ -83,9 +105,9 @@ bool appendPositionFields(const TCoord& position, const FileCoordinates& file, s
   const TCoord inFile = toFileDatum(position, file.datum);
   out += kNoZone;
   out += ' ';
-  out += angleField(true, inFile.lat, file.mode);
+  appendAngleField(true, inFile.lat, file.mode, out);
   out += ' ';
-  out += angleField(false, inFile.lon, file.mode);
+  appendAngleField(false, inFile.lon, file.mode, out);
   return true;
 }
 
@@ -124,11 +146,10 @@ bool parsePointDate(std::string_view text, TPuntTiempo& time) {
   const auto day = parseInteger(text.substr(0, 2));
   const auto year = parseInteger(text.substr(7));
   if (!day || !year || *day < 0 || *year < 0 || *year > 9999) return false;
-  const std::string_view monthName = text.substr(3, 3);
-  int month = -1;
-  for (std::size_t m = 0; m < kMonths.size(); ++m)
-    if (equalsIgnoreCase(monthName, kMonths[m])) month = static_cast<int>(m);
-  if (month < 0) return false;
+  const std::string monthName = toUpperAscii(text.substr(3, 3));
+  const auto found = std::find(kMonths.begin(), kMonths.end(), monthName);
+  if (found == kMonths.end()) return false;
+  const int month = static_cast<int>(found - kMonths.begin());
   int fullYear = static_cast<int>(*year);
   if (*day >= 1 && month >= 1 && fullYear < 100) fullYear += fullYear < kCenturyPivot ? 2000 : 1900;
   time.day = static_cast<int>(*day);
@@ -143,11 +164,13 @@ bool parsePointTime(std::string_view text, TPuntTiempo& time) {
     negative = true;
     text.remove_prefix(1);
   }
-  const auto parts = splitFields(text, ':');
-  if (parts.size() < 3) return false;
-  const auto h = parseInteger(parts[0]);
-  const auto m = parseInteger(parts[1]);
-  const auto s = parseDouble(parts[2]);
+  const std::size_t c1 = text.find(':');
+  const std::size_t c2 = c1 == std::string_view::npos ? c1 : text.find(':', c1 + 1);
+  if (c2 == std::string_view::npos) return false;
+  const std::size_t c3 = text.find(':', c2 + 1);  // parts after the third are ignored
+  const auto h = parseInteger(text.substr(0, c1));
+  const auto m = parseInteger(text.substr(c1 + 1, c2 - c1 - 1));
+  const auto s = parseDouble(text.substr(c2 + 1, c3 == std::string_view::npos ? c3 : c3 - c2 - 1));
   if (!h || !m || !s || *h >= 24 || *h < 0 || *m >= 60 || *m < 0 || !(*s < 60.0) || *s < 0.0) return false;
   time.hour = static_cast<int>(negative ? -*h : *h);
   time.minute = static_cast<int>(*m);

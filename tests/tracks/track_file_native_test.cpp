@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "app/Configuration.hpp"
+#include "coords/coordinate_text.hpp"
 #include "tests/support/test_support.hpp"
 
 namespace pixtrail {
@@ -262,6 +263,32 @@ TEST(NativeTrackFile, ExtensionRulesAndSafeReplacement) {
   EXPECT_FALSE(writeNativeTrack(other, dir / "walk.TRK", options, written, message));
   EXPECT_EQ(message.substr(0, message.find('\n')), "Error creating file " + (dir / "walk.TRK").string());
   EXPECT_EQ(test::readFileBytes(dir / "walk.TRK"), "old content");
+}
+
+}  // namespace
+}  // namespace pixtrail
+
+namespace pixtrail {
+namespace {
+
+// The decimal modes are written without the general angle text; their digits must stay its digits.
+TEST(NativeCoordinateFields, DecimalModesWriteTheCoordinateTextDigits) {
+  const double values[] = {0.0, -0.0, 1e-8, -0.00000005, 0.00000015, 40.41677654321, -3.70379125,
+                           89.99999995, -179.99999996, 123.456789049999};
+  for (const double v : values) {
+    for (const int mode : {kFileDegrees, kFileSignedDegrees}) {
+      const double lat = std::max(-90.0, std::min(90.0, v));
+      std::string out, message;
+      ASSERT_TRUE(appendPositionFields(TCoord{v, lat, 0}, FileCoordinates{kDatumWgs84, mode}, out, message));
+      const AngleText la = angleToText(true, lat, mode), lo = angleToText(false, v, mode);
+      const std::string expected =
+          mode == kFileSignedDegrees
+              ? "- " + la.degrees + " " + lo.degrees
+              : "- " + la.degrees + "\xBA" + hemisphereLetter(true, lat) + " " + lo.degrees + "\xBA" +
+                    hemisphereLetter(false, v);
+      EXPECT_EQ(out, expected) << v << " mode " << mode;
+    }
+  }
 }
 
 }  // namespace
