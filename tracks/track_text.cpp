@@ -4,8 +4,10 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cctype>
 #include <cstdio>
 
+#include "coords/TProyeccionUTM.hpp"
 #include "coords/coordinate_text.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
@@ -94,7 +96,47 @@ bool readAngle(std::string_view text, bool isLatitude, int mode, double& value) 
 }
 }  // namespace
 
-bool isFileCoordinateMode(int mode) { return mode >= kFileDegrees && mode <= kFileSignedDegrees; }
+bool isFileCoordinateMode(int mode) { return mode >= kFileDegrees && mode <= kFileUtm; }
+
+namespace {
+// UTM: "30T 440298 4474257", zone and band in one field, whole metres. The projection needs the
+// datum table, so without one the mode is refused.
+bool appendUtmFields(const TCoord& position, const FileCoordinates& file, std::string& out, std::string& message) {
+  if (!datumTableLoaded()) {
+    appendMessage(message, "UTM coordinates need the datum table");
+    return false;
+  }
+  GridCoord grid;
+  if (!geographicToUtm(position, kWorkingDatum, file.datum, grid, message)) return false;
+  char buffer[64];
+  std::snprintf(buffer, sizeof buffer, "%02d%c %.0f %.0f", grid.zone, grid.band, std::round(grid.x), std::round(grid.y));
+  out += buffer;
+  return true;
+}
+
+bool readUtmFields(std::string_view zone, std::string_view easting, std::string_view northing,
+                   const FileCoordinates& file, TCoord& position) {
+  if (!datumTableLoaded() || zone.size() < 2) return false;
+  const auto number = parseInteger(zone.substr(0, zone.size() - 1));
+  const char band = static_cast<char>(std::toupper(static_cast<unsigned char>(zone.back())));
+  const auto x = parseDouble(easting), y = parseDouble(northing);
+  constexpr int kZones = 60;
+  if (!number || *number < 1 || *number > kZones || band < 'C' || band > 'X' || !x || !y) return false;
+  GridCoord grid;
+  grid.x = *x;
+  grid.y = *y;
+  grid.zone = static_cast<int>(*number);
+  grid.band = band;
+  TCoord geo;
+  std::string ignored;
+  if (!utmToGeographic(grid, file.datum, kWorkingDatum, geo, ignored) || !std::isfinite(geo.lat) ||
+      !std::isfinite(geo.lon))
+    return false;
+  position.lat = geo.lat;
+  position.lon = geo.lon;
+  return true;
+}
+}  // namespace
 
 bool appendPositionFields(const TCoord& position, const FileCoordinates& file, std::string& out,
                           std::string& message) {
@@ -102,6 +144,7 @@ bool appendPositionFields(const TCoord& position, const FileCoordinates& file, s
     appendMessage(message, "Unknown coordinate mode in file: " + std::to_string(file.mode));
     return false;
   }
+  if (file.mode == kFileUtm) return appendUtmFields(position, file, out, message);
   const TCoord inFile = toFileDatum(position, file.datum);
   out += kNoZone;
   out += ' ';
@@ -115,6 +158,7 @@ bool readPositionFields(std::string_view zone, std::string_view first, std::stri
                         const FileCoordinates& file, TCoord& position, std::string& message) {
   (void)message;  // a position that does not read rejects its line without a message of its own
   if (!isFileCoordinateMode(file.mode) || zone.empty()) return false;
+  if (file.mode == kFileUtm) return readUtmFields(zone, first, second, file, position);
   double lat = 0.0, lon = 0.0;
   if (!readAngle(first, true, file.mode, lat) || !readAngle(second, false, file.mode, lon))
     return false;
