@@ -13,9 +13,11 @@ points=1000000
 
 json=$("$build/bench/track_file_bench" --benchmark_format=json 2>/dev/null)
 file="$work/pixtrail-bench-1M.TRK"
-median_ms() { echo "$json" | python3 -c "import json,sys; d=json.load(sys.stdin); print([b['real_time'] for b in d['benchmarks'] if b['name'].startswith('$1/') and b['name'].endswith('_median')][0])"; }
-read_ms=$(median_ms BM_ReadNativeTrack)
-write_ms=$(median_ms BM_WriteNativeTrack)
+median_ms() { echo "$json" | python3 -c "import json,sys; d=json.load(sys.stdin); print([b['$2'] for b in d['benchmarks'] if b['name'].startswith('$1/') and b['name'].endswith('_median')][0])"; }
+read_ms=$(median_ms BM_ReadNativeTrack real_time)
+write_ms=$(median_ms BM_WriteNativeTrack real_time)
+read_cpu_ms=$(median_ms BM_ReadNativeTrack cpu_time)
+write_cpu_ms=$(median_ms BM_WriteNativeTrack cpu_time)
 record=$(echo "$json" | python3 -c "import json,sys; print(json.load(sys.stdin)['context']['point_record_bytes'])")
 
 # Median of five runs of a shell command, in milliseconds.
@@ -27,6 +29,16 @@ time_ms() {
   done
   printf '%s\n' "${runs[@]}" | sort -n | sed -n 3p
 }
+# The same with CPU time (user + system), which a busy machine disturbs less than wall time.
+cpu_ms() {
+  local runs=() i
+  for i in 1 2 3 4 5; do
+    runs+=($(/usr/bin/time -f '%U %S' sh -c "$1" 2>&1 >/dev/null | tail -1 | awk '{printf "%d", ($1 + $2) * 1000}'))
+  done
+  printf '%s\n' "${runs[@]}" | sort -n | sed -n 3p
+}
+wc_cpu_ms=$(cpu_ms "wc -l '$file'")
+cp_cpu_ms=$(cpu_ms "cp '$file' '$work/copy.TRK'")
 cat_ms=$(time_ms "cat '$file' > /dev/null")
 wc_ms=$(time_ms "wc -l '$file'")
 cp_ms=$(time_ms "cp '$file' '$work/copy.TRK'")
@@ -44,4 +56,5 @@ ratio() { python3 -c "print(f'{$1/$2:.2f}')"; }
 echo "file: $points points, $size bytes; point record: $record bytes"
 echo "read : ${read_ms%.*} ms median ($(python3 -c "print(f'{$points/($read_ms/1000)/1e6:.2f}')") M points/s); wc -l ${wc_ms} ms, cat ${cat_ms} ms; read/wc = $(ratio "$read_ms" "$wc_ms")"
 echo "write: ${write_ms%.*} ms median ($(python3 -c "print(f'{$points/($write_ms/1000)/1e6:.2f}')") M points/s); cp ${cp_ms} ms; write/cp = $(ratio "$write_ms" "$cp_ms")"
+echo "cpu  : read ${read_cpu_ms%.*} ms, wc -l ${wc_cpu_ms} ms; write ${write_cpu_ms%.*} ms, cp ${cp_cpu_ms} ms; read/wc = $(ratio "$read_cpu_ms" "$(( wc_cpu_ms > 0 ? wc_cpu_ms : 1 ))"), write/cp = $(ratio "$write_cpu_ms" "$(( cp_cpu_ms > 0 ? cp_cpu_ms : 1 ))")"
 echo "peak memory: ${per_point} bytes per point = $(ratio "$per_point" "$record") x the point record"

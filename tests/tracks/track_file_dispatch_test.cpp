@@ -36,7 +36,7 @@ TEST(TrackDispatch, SaveChoosesByExtensionInTableOrder) {
        "PLE is not in the save table; only a track loaded from PLE is written natively"},
       {"a.TRK", "out.csv", false, "", "Unknown file format saving tracks: csv", "CSV opens but never saves"},
       {"a.TRK", "out.xyz", false, "", "Unknown file format saving tracks: xyz", "unknown"},
-      {"a.TRK", "out.gpx", false, "", "GPX track files are not available", "foreign slot"},
+      {"a.TRK", "out.dxf", false, "", "Vector export track files are not available", "a slot with no writer"},
       {"a.TRK", "MDB:42", false, "", "The flight logbook is not available: MDB:42", "logbook name"},
   };
   for (const auto& r : rows) {
@@ -77,7 +77,7 @@ TEST(TrackDispatch, OpenChoosesByExtensionAndRecalculates) {
   const struct { const char* name; const char* message; } failures[] = {
       {"walk.abc", "Unknown file format opening track: abc"},
       {"walk", "Unknown file format opening track: "},
-      {"walk.hrm", "HRM track files are not available"},
+      {"walk.dxf", "Unknown file format opening track: dxf"},  // DXF is an export only
       {"FBK|7", "The flight logbook is not available: FBK|7"},
   };
   for (const auto& f : failures) {
@@ -92,6 +92,24 @@ TEST(TrackDispatch, OpenChoosesByExtensionAndRecalculates) {
   test::writeFileBytes(dir / "bad.igz", "not a zip archive");
   EXPECT_FALSE(openTrack(dir / "bad.igz", none, settings, m));
   EXPECT_EQ(m, "Error unziping file in IGZ");
+}
+
+TEST(TrackDispatch, IgcSaveNeverLeavesAHalfWrittenLog) {
+  test::TempDir dir;
+  test::writeFileBytes(dir / "flight.IGC", "old log");
+  TVolGPS t = smallTrack("flight.TRK");
+  t.backupOnIgcSave = true;
+  std::string message;
+  const bool ok = saveTrack(t, dir / "flight.igc", TrackFileSettings{}, message);
+  EXPECT_FALSE(std::filesystem::exists(dir / "flight.IGC.tmp")) << "the temporary log is gone either way";
+  if (ok) {
+    EXPECT_EQ(test::readFileBytes(dir / "flight.bak"), "old log");
+    EXPECT_NE(test::readFileBytes(dir / "flight.IGC"), "old log");
+    EXPECT_EQ(t.fileName, (dir / "flight.IGC").string());
+  } else {
+    EXPECT_EQ(test::readFileBytes(dir / "flight.IGC"), "old log") << message;
+    EXPECT_FALSE(std::filesystem::exists(dir / "flight.bak"));
+  }
 }
 
 }  // namespace
