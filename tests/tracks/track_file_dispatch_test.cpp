@@ -114,3 +114,24 @@ TEST(TrackDispatch, IgcSaveNeverLeavesAHalfWrittenLog) {
 
 }  // namespace
 }  // namespace pixtrail
+
+namespace pixtrail {
+namespace {
+
+TEST(TrackDispatch, SegmentExportIsANativeTrackBesideTheOriginal) {
+  test::TempDir dir;
+  TVolGPS t = smallTrack((dir / "ride.gpx").string());
+  t.point(2).segmentStart = 1;
+  std::filesystem::path written;
+  std::string message;
+  ASSERT_TRUE(exportSegment(t, 1, TrackFileSettings{}, written, message)) << message;
+  EXPECT_EQ(written, dir / "ride_subtrack.TRK");
+  TVolGPS back;
+  ASSERT_TRUE(openTrack(written, back, TrackFileSettings{}, message)) << message;
+  EXPECT_EQ(back.pointCount(), 1u);
+  EXPECT_FALSE(exportSegment(t, 0, TrackFileSettings{}, written, message)) << "never replaces a file";
+  EXPECT_FALSE(exportSegment(t, 2, TrackFileSettings{}, written, message)) << "only two segments";
+}
+
+}  // namespace
+}  // namespace pixtrail
