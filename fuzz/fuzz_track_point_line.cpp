@@ -6,7 +6,16 @@
 #include <string>
 #include <string_view>
 
+#include "app/Startup.hpp"
+#include "coords/TListaDatums.hpp"
 #include "tracks/track_file_native.hpp"
+
+// The datum table of the build, so that the UTM mode is exercised too.
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  std::string message;
+  pixtrail::datumTable().load(pixtrail::defaultDataDir(), message);
+  return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1) return 0;

@@ -99,6 +99,9 @@ bool readAngle(std::string_view text, bool isLatitude, int mode, double& value) 
 bool isFileCoordinateMode(int mode) { return mode >= kFileDegrees && mode <= kFileUtm; }
 
 namespace {
+constexpr int kUtmZones = 60;
+constexpr double kUtmMaxEastingM = 1000000.0;
+
 // UTM: "30T 440298 4474257", zone and band in one field, whole metres. The projection needs the
 // datum table, so without one the mode is refused.
 bool appendUtmFields(const TCoord& position, const FileCoordinates& file, std::string& out, std::string& message) {
@@ -106,8 +109,17 @@ bool appendUtmFields(const TCoord& position, const FileCoordinates& file, std::s
     appendMessage(message, "UTM coordinates need the datum table");
     return false;
   }
+  if (!(std::abs(position.lat) <= kMaxLatDeg) || !(std::abs(position.lon) <= kMaxLonDeg)) {
+    appendMessage(message, "Position outside the UTM zones");
+    return false;
+  }
   GridCoord grid;
   if (!geographicToUtm(position, kWorkingDatum, file.datum, grid, message)) return false;
+  // What the reader would refuse is not written: polar caps and the zone past the antimeridian.
+  if (grid.zone < 1 || grid.zone > kUtmZones || grid.band < 'C' || grid.band > 'X') {
+    appendMessage(message, "Position outside the UTM zones");
+    return false;
+  }
   char buffer[64];
   std::snprintf(buffer, sizeof buffer, "%02d%c %.0f %.0f", grid.zone, grid.band, std::round(grid.x), std::round(grid.y));
   out += buffer;
@@ -120,8 +132,8 @@ bool readUtmFields(std::string_view zone, std::string_view easting, std::string_
   const auto number = parseInteger(zone.substr(0, zone.size() - 1));
   const char band = static_cast<char>(std::toupper(static_cast<unsigned char>(zone.back())));
   const auto x = parseDouble(easting), y = parseDouble(northing);
-  constexpr int kZones = 60;
-  if (!number || *number < 1 || *number > kZones || band < 'C' || band > 'X' || !x || !y) return false;
+  if (!number || *number < 1 || *number > kUtmZones || band < 'C' || band > 'X' || !x || !y) return false;
+  if (!(*x > 0.0 && *x < kUtmMaxEastingM) || !(*y >= 0.0 && *y <= kUtmSouthFalseNorthing)) return false;
   GridCoord grid;
   grid.x = *x;
   grid.y = *y;
@@ -129,10 +141,13 @@ bool readUtmFields(std::string_view zone, std::string_view easting, std::string_
   grid.band = band;
   TCoord geo;
   std::string ignored;
-  if (!utmToGeographic(grid, file.datum, kWorkingDatum, geo, ignored) || !std::isfinite(geo.lat) ||
-      !std::isfinite(geo.lon))
+  if (!utmToGeographic(grid, file.datum, kWorkingDatum, geo, ignored) || !(std::abs(geo.lat) <= kMaxLatDeg) ||
+      !(std::abs(geo.lon) <= kMaxLonDeg))
     return false;
-  position.lat = geo.lat;
+  // Northing 0 of a northern band is the equator, which the band rule puts in the south (M): keep
+  // such a point a tenth of a millimetre north so that it is written back as it was read.
+  constexpr double kNorthOfEquatorDeg = 1e-9;
+  position.lat = band >= 'N' ? std::max(geo.lat, kNorthOfEquatorDeg) : geo.lat;
   position.lon = geo.lon;
   return true;
 }

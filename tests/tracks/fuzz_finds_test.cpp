@@ -1,6 +1,7 @@
 // Inputs the fuzz harnesses found: each must read, write, read and write again to the same text.
 #include <gtest/gtest.h>
 
+#include "tests/support/datum_fixture.hpp"
 #include "tests/support/test_support.hpp"
 #include "tracks/TBalizas.hpp"
 #include "tracks/track_file_native.hpp"
@@ -40,6 +41,28 @@ TEST(FuzzFinds, ReadWriteReadWriteIsStable) {
     const std::string text = test::readFileBytes(test::testData(r.file));
     std::string once;
     const std::string twice = r.waypoints ? waypointsTwice(text, once) : nativeTwice(text, once);
+    EXPECT_EQ(once, twice) << r.why;
+  }
+}
+
+// Point-line finds: the first byte is the coordinate mode, the rest the line.
+TEST(FuzzFinds, PointLinesWriteBackAsRead) {
+  ASSERT_NO_FATAL_FAILURE(test::loadShippedDatums());
+  const struct { const char* file; const char* why; } rows[] = {
+      {"fuzz/point_line_utm_far_easting.bin", "a UTM easting thousands of km out of its zone"},
+      {"fuzz/point_line_utm_equator.bin", "northing 0 of a northern band came back in band M"},
+  };
+  for (const auto& r : rows) {
+    const std::string bytes = test::readFileBytes(test::testData(r.file));
+    ASSERT_FALSE(bytes.empty());
+    const FileCoordinates file{kDatumWgs84, bytes[0] % kFileCoordinateModeCount};
+    TPuntVol p;
+    if (!parsePointLine(bytes.substr(1), file, p)) continue;  // refusing it is a fine answer
+    std::string once, twice, message;
+    if (!appendPointLine(p, file, true, once, message)) continue;
+    TPuntVol q;
+    ASSERT_TRUE(parsePointLine(once, file, q)) << r.why << ": " << once;
+    ASSERT_TRUE(appendPointLine(q, file, true, twice, message));
     EXPECT_EQ(once, twice) << r.why;
   }
 }
