@@ -97,14 +97,26 @@ bool Configuration::load(const std::filesystem::path& file, std::string& message
     return true;
   }
   std::string content;
-  if (!readWholeFile(file, content, message)) return false;
+  if (!readWholeFile(file, content, message) || !parse(content, file.string(), message)) return false;
+  writable_ = true;
+  return true;
+}
+
+bool Configuration::loadText(std::string_view content, std::string& message) {
+  detach();
+  return parse(content, "gps.ini", message);
+}
+
+bool Configuration::parse(std::string_view content, const std::string& name, std::string& message) {
   try {
-    std::istringstream in(content);
+    std::istringstream in{std::string(content)};
     boost::property_tree::ini_parser::read_ini(in, tree_);
-  } catch (const boost::property_tree::ini_parser_error& e) {
+  } catch (const boost::property_tree::ptree_error& e) {
     // Keep the user's file as it is: it is read again after it has been mended.
-    appendMessage(message, "Error reading " + file.string() + ": line " + std::to_string(e.line()) +
-                               ": " + e.message());
+    const auto* parse = dynamic_cast<const boost::property_tree::ini_parser_error*>(&e);
+    appendMessage(message, "Error reading " + name +
+                               (parse ? ": line " + std::to_string(parse->line()) + ": " + parse->message()
+                                      : std::string(": ") + e.what()));
     tree_.clear();
     return false;
   }
@@ -112,7 +124,6 @@ bool Configuration::load(const std::filesystem::path& file, std::string& message
     const auto value = tree_.get_optional<std::string>(pathOf(*s));
     if (value) s->fromText(*value);
   }
-  writable_ = true;
   return true;
 }
 

@@ -76,6 +76,8 @@ class Configuration {
   // Reads gps.ini; a missing file leaves every default. A file that cannot be parsed gives a
   // message, leaves the defaults and is never written over.
   bool load(const std::filesystem::path& file, std::string& message);
+  // Reads settings from gps.ini text without a file behind them (nothing is ever written).
+  bool loadText(std::string_view content, std::string& message);
   // Writes every setting (and whatever else the file held) back to the loaded file.
   bool save(std::string& message);
   // Back to defaults and no file: nothing is read or written (tests, --config none).
@@ -94,6 +96,7 @@ class Configuration {
   friend class Setting;
   void registerSetting(Setting* setting) { settings_.push_back(setting); }
   void settingChanged(const Setting& setting);
+  bool parse(std::string_view content, const std::string& name, std::string& message);
 
   std::vector<Setting*> settings_;  // before every setting member: they register in it
   std::filesystem::path file_;

@@ -30,10 +30,54 @@ constexpr std::int32_t kMaxHeaderRecords = 1000;
 // More nodes than this would not fit any real grid and guards against absurd allocations.
 constexpr std::int64_t kMaxNodes = 50'000'000;
 
-std::string_view keywordOf(const std::string& record) { return std::string_view(record).substr(0, 8); }
+// One keyword of a header and the member its value goes to (exactly one pointer is set).
+template <typename Owner>
+struct RecordField {
+  std::string_view keyword;
+  std::int32_t Owner::*i32 = nullptr;
+  double Owner::*f64 = nullptr;
+  std::string Owner::*text = nullptr;
+};
 
-std::string textValue(const std::string& record) {
-  return std::string(trim(std::string_view(record).substr(8, 8)));
+// MAJOR_F, MINOR_F, MAJOR_T, MINOR_T are not kept: the ellipsoids come from the datum table.
+// GS_TYPE is kept as text only: every grid is read in seconds.
+constexpr RecordField<TDatumFileNTV2::Overview> kOverviewFields[] = {
+    {"NUM_SREC", &TDatumFileNTV2::Overview::numSRec},
+    {"NUM_FILE", &TDatumFileNTV2::Overview::numFile},
+    {"GS_TYPE ", nullptr, nullptr, &TDatumFileNTV2::Overview::gsType},
+    {"VERSION ", nullptr, nullptr, &TDatumFileNTV2::Overview::version},
+    {"SYSTEM_F", nullptr, nullptr, &TDatumFileNTV2::Overview::systemF},
+    {"SYSTEM_T", nullptr, nullptr, &TDatumFileNTV2::Overview::systemT},
+};
+
+constexpr RecordField<TDatumSubRejilla> kSubGridFields[] = {
+    {"SUB_NAME", nullptr, nullptr, &TDatumSubRejilla::name},
+    {"PARENT  ", nullptr, nullptr, &TDatumSubRejilla::parent},
+    {"CREATED ", nullptr, nullptr, &TDatumSubRejilla::created},
+    {"UPDATED ", nullptr, nullptr, &TDatumSubRejilla::updated},
+    {"S_LAT   ", nullptr, &TDatumSubRejilla::sLat},
+    {"N_LAT   ", nullptr, &TDatumSubRejilla::nLat},
+    {"E_LONG  ", nullptr, &TDatumSubRejilla::eLong},
+    {"W_LONG  ", nullptr, &TDatumSubRejilla::wLong},
+    {"LAT_INC ", nullptr, &TDatumSubRejilla::latInc},
+    {"LONG_INC", nullptr, &TDatumSubRejilla::longInc},
+    {"GS_COUNT", &TDatumSubRejilla::count},
+};
+
+// Reads consecutive 16-byte records by keyword into `out`; unknown keywords are skipped.
+template <typename Owner, std::size_t N>
+void readRecords(std::string_view records, ByteOrder order, const RecordField<Owner> (&fields)[N], Owner& out) {
+  for (std::size_t at = 0; at + kRecordSize <= records.size(); at += kRecordSize) {
+    const std::string_view key = records.substr(at, 8);
+    const auto* value = reinterpret_cast<const unsigned char*>(records.data() + at + 8);
+    for (const RecordField<Owner>& f : fields) {
+      if (key != f.keyword) continue;
+      if (f.i32) out.*f.i32 = readI32(value, order);
+      if (f.f64) out.*f.f64 = readF64(value, order);
+      if (f.text) out.*f.text = std::string(trim(records.substr(at + 8, 8)));
+      break;
+    }
+  }
 }
 
 }  // namespace
@@ -78,6 +122,10 @@ bool TDatumFileNTV2::readBytes(std::size_t offset, std::size_t size, std::string
     out.assign(memory_, offset, size);
     return true;
   }
+  // A header may claim any size; check it against the file before allocating.
+  std::error_code ec;
+  const auto fileSize = std::filesystem::file_size(file_, ec);
+  if (ec || offset > fileSize || fileSize - offset < size) return false;
   std::ifstream in(file_, std::ios::binary);
   if (!in) return false;
   in.seekg(static_cast<std::streamoff>(offset));
@@ -97,30 +145,19 @@ bool TDatumFileNTV2::readHeader(std::string& message) {
   }
   state_ = State::unusable;
   std::string record;
-  if (!readBytes(0, kRecordSize, record) || keywordOf(record) != "NUM_OREC") return false;
+  if (!readBytes(0, kRecordSize, record) || record.compare(0, 8, "NUM_OREC") != 0) return false;
   const auto* raw = reinterpret_cast<const unsigned char*>(record.data()) + 8;
   const std::int32_t little = readI32(raw, ByteOrder::little);
   const std::int32_t big = readI32(raw, ByteOrder::big);
   bigEndian_ = !(little > 0 && little <= kMaxHeaderRecords) && big > 0 && big <= kMaxHeaderRecords;
-  numORec_ = bigEndian_ ? big : little;
-  if (numORec_ < 1 || numORec_ > kMaxHeaderRecords) return false;
-
-  const ByteOrder order = bigEndian_ ? ByteOrder::big : ByteOrder::little;
-  std::string header;
-  if (!readBytes(kRecordSize, kRecordSize * static_cast<std::size_t>(numORec_ - 1), header)) return false;
-  for (std::size_t at = 0; at + kRecordSize <= header.size(); at += kRecordSize) {
-    const std::string r = header.substr(at, kRecordSize);
-    const auto* value = reinterpret_cast<const unsigned char*>(r.data()) + 8;
-    const std::string_view key = keywordOf(r);
-    if (key == "NUM_SREC") numSRec_ = readI32(value, order);
-    else if (key == "NUM_FILE") numFile_ = readI32(value, order);
-    else if (key == "GS_TYPE ") { gsType_ = textValue(r); unitFactor_ = kSecondsPerDegree; }
-    else if (key == "VERSION ") version_ = textValue(r);
-    else if (key == "SYSTEM_F") systemF_ = textValue(r);
-    else if (key == "SYSTEM_T") systemT_ = textValue(r);
-    // MAJOR_F, MINOR_F, MAJOR_T, MINOR_T: the ellipsoids are known from the datum table.
-  }
-  if (numFile_ < 1 || numSRec_ < 1 || numSRec_ > kMaxHeaderRecords) return false;
+  Overview header;
+  header.numORec = bigEndian_ ? big : little;
+  if (header.numORec < 1 || header.numORec > kMaxHeaderRecords) return false;
+  std::string records;
+  if (!readBytes(kRecordSize, kRecordSize * static_cast<std::size_t>(header.numORec - 1), records)) return false;
+  readRecords(records, bigEndian_ ? ByteOrder::big : ByteOrder::little, kOverviewFields, header);
+  overview_ = header;
+  if (header.numFile < 1 || header.numSRec < 1 || header.numSRec > kMaxHeaderRecords) return false;
   state_ = State::headerRead;
   return true;
 }
@@ -132,32 +169,17 @@ void TDatumFileNTV2::loadSubGrids() const {
     if (state_ != State::headerRead) return;
     const ByteOrder order = bigEndian_ ? ByteOrder::big : ByteOrder::little;
     std::vector<TDatumSubRejilla> grids;
-    std::size_t offset = kRecordSize * static_cast<std::size_t>(numORec_);
+    std::size_t offset = kRecordSize * static_cast<std::size_t>(overview_.numORec);
     const auto fail = [this] {
       subGrids_.clear();
       state_ = State::unusable;
     };
-    for (std::int32_t g = 0; g < numFile_; ++g) {
+    for (std::int32_t g = 0; g < overview_.numFile; ++g) {
       std::string header;
-      if (!readBytes(offset, kRecordSize * static_cast<std::size_t>(numSRec_), header)) return fail();
+      if (!readBytes(offset, kRecordSize * static_cast<std::size_t>(overview_.numSRec), header)) return fail();
       offset += header.size();
       TDatumSubRejilla sub;
-      for (std::size_t at = 0; at < header.size(); at += kRecordSize) {
-        const std::string r = header.substr(at, kRecordSize);
-        const auto* value = reinterpret_cast<const unsigned char*>(r.data()) + 8;
-        const std::string_view key = keywordOf(r);
-        if (key == "SUB_NAME") sub.name = textValue(r);
-        else if (key == "PARENT  ") sub.parent = textValue(r);
-        else if (key == "CREATED ") sub.created = textValue(r);
-        else if (key == "UPDATED ") sub.updated = textValue(r);
-        else if (key == "S_LAT   ") sub.sLat = readF64(value, order);
-        else if (key == "N_LAT   ") sub.nLat = readF64(value, order);
-        else if (key == "E_LONG  ") sub.eLong = readF64(value, order);
-        else if (key == "W_LONG  ") sub.wLong = readF64(value, order);
-        else if (key == "LAT_INC ") sub.latInc = readF64(value, order);
-        else if (key == "LONG_INC") sub.longInc = readF64(value, order);
-        else if (key == "GS_COUNT") sub.count = readI32(value, order);
-      }
+      readRecords(header, order, kSubGridFields, sub);
       if (sub.count < 0 || sub.count > kMaxNodes) return fail();
       const double rows = std::trunc((sub.nLat - sub.sLat) / sub.latInc + 1.1);
       const double columns = std::trunc((sub.wLong - sub.eLong) / sub.longInc + 1.1);
@@ -194,21 +216,21 @@ bool TDatumFileNTV2::shiftSeconds(double latSec, double lonWestSec, double& dLat
 }
 
 bool TDatumFileNTV2::applyForward(TCoord& position) const {
-  const double latSec = position.lat * unitFactor_;
-  const double lonWestSec = position.lon * -unitFactor_;
+  const double latSec = position.lat * kSecondsPerDegree;
+  const double lonWestSec = position.lon * -kSecondsPerDegree;
   double dLat = 0, dLon = 0;
   if (!shiftSeconds(latSec, lonWestSec, dLat, dLon)) return false;
-  position.lat = (latSec + dLat) / unitFactor_;
-  position.lon = (lonWestSec + dLon) / -unitFactor_;
+  position.lat = (latSec + dLat) / kSecondsPerDegree;
+  position.lon = (lonWestSec + dLon) / -kSecondsPerDegree;
   return true;
 }
 
 // Fixed-point iteration: find p with forward(p) = target, updating p by the residual. Grid shifts
 // vary by far less than one part in a thousand per cell, so each step gains about three digits.
 bool TDatumFileNTV2::applyReverse(TCoord& position) const {
-  const double targetLat = position.lat * unitFactor_;
-  const double targetLonW = position.lon * -unitFactor_;
-  const double toleranceSec = kReverseToleranceDeg * unitFactor_;
+  const double targetLat = position.lat * kSecondsPerDegree;
+  const double targetLonW = position.lon * -kSecondsPerDegree;
+  const double toleranceSec = kReverseToleranceDeg * kSecondsPerDegree;
   double lat = targetLat, lonW = targetLonW;
   for (int i = 0; i < kMaxReverseIterations; ++i) {
     double dLat = 0, dLon = 0;
@@ -218,8 +240,8 @@ bool TDatumFileNTV2::applyReverse(TCoord& position) const {
     lat -= errLat;
     lonW -= errLon;
     if (std::fabs(errLat) < toleranceSec && std::fabs(errLon) < toleranceSec) {
-      position.lat = lat / unitFactor_;
-      position.lon = lonW / -unitFactor_;
+      position.lat = lat / kSecondsPerDegree;
+      position.lon = lonW / -kSecondsPerDegree;
       return true;
     }
   }

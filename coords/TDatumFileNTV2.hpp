@@ -63,11 +63,14 @@ class TDatumFileNTV2 {
   State state() const;
   bool usable() const { return state() != State::unusable; }
   const std::filesystem::path& file() const { return file_; }
-  const std::string& sourceName() const { return systemF_; }
-  const std::string& targetName() const { return systemT_; }
-  const std::string& gsType() const { return gsType_; }
-  const std::string& version() const { return version_; }
-  std::int32_t subGridCount() const { return numFile_; }
+  // The overview header's records that the program keeps.
+  struct Overview {
+    std::int32_t numORec = 0, numSRec = 0, numFile = 0;
+    std::string gsType, version, systemF, systemT;
+  };
+  const Overview& overview() const { return overview_; }
+  const std::string& sourceName() const { return overview_.systemF; }
+  const std::string& targetName() const { return overview_.systemT; }
   // Loads the sub-grids if needed; empty when unusable.
   const std::vector<TDatumSubRejilla>& subGrids() const;
 
@@ -80,9 +83,7 @@ class TDatumFileNTV2 {
   bool inMemory_ = false;
   std::string memory_;
   bool bigEndian_ = false;
-  std::int32_t numORec_ = 0, numSRec_ = 0, numFile_ = 0;
-  std::string gsType_, version_, systemF_, systemT_;
-  double unitFactor_ = 3600.0;
+  Overview overview_;
 
   // The lazy load happens under call_once so that a const grid may serve several threads.
   mutable std::once_flag loadOnce_;

@@ -104,19 +104,19 @@ TEST_F(Ntv2VersusCs2cs, RealGridsWithSeveralSubGridsAndBothByteOrders) {
 
 TEST_F(Ntv2VersusCs2cs, GeneratedGridWithCurvedShiftsInBothByteOrders) {
   for (ByteOrder order : {ByteOrder::little, ByteOrder::big}) {
-    test::GridSpec spec;
-    spec.order = order;
-    test::SubGridSpec g;
+    test::GridLayout layout;
+    layout.order = order;
+    test::SubGridLayout g;
     g.sLat = 40 * 3600, g.nLat = 42 * 3600, g.eLong = 3 * 3600, g.wLong = 6 * 3600;  // 3-6 W
     g.latInc = 450, g.longInc = 900;
     g.shift = [](double lat, double lonW, float& dLat, float& dLon) {
       dLat = static_cast<float>(2.0 * std::sin(lat / 5000.0) + 0.3 * std::cos(lonW / 3000.0));
       dLon = static_cast<float>(-1.5 * std::cos(lat / 4000.0) * std::sin(lonW / 7000.0));
     };
-    spec.subGrids = {g};
+    layout.subGrids = {g};
     test::TempDir dir;
     const auto file = dir / "generated.gsb";
-    test::writeFileBytes(file, test::buildNtv2Grid(spec));
+    test::writeFileBytes(file, test::buildNtv2Grid(layout));
     compareWithCs2cs(file, 15, true);
   }
 }

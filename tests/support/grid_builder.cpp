@@ -29,21 +29,21 @@ void realRecord(std::string& out, const std::string& key, double value, ByteOrde
 
 }  // namespace
 
-std::string buildNtv2Grid(const GridSpec& spec) {
-  const ByteOrder o = spec.order;
+std::string buildNtv2Grid(const GridLayout& layout) {
+  const ByteOrder o = layout.order;
   std::string out;
   intRecord(out, "NUM_OREC", 11, o);
   intRecord(out, "NUM_SREC", 11, o);
-  intRecord(out, "NUM_FILE", static_cast<int>(spec.subGrids.size()), o);
+  intRecord(out, "NUM_FILE", static_cast<int>(layout.subGrids.size()), o);
   textRecord(out, "GS_TYPE", "SECONDS");
   textRecord(out, "VERSION", "NTv2.0");
-  textRecord(out, "SYSTEM_F", spec.systemF);
-  textRecord(out, "SYSTEM_T", spec.systemT);
+  textRecord(out, "SYSTEM_F", layout.systemF);
+  textRecord(out, "SYSTEM_T", layout.systemT);
   realRecord(out, "MAJOR_F", 6378137.0, o);
   realRecord(out, "MINOR_F", 6356752.314, o);
   realRecord(out, "MAJOR_T", 6378137.0, o);
   realRecord(out, "MINOR_T", 6356752.314, o);
-  for (const SubGridSpec& g : spec.subGrids) {
+  for (const SubGridLayout& g : layout.subGrids) {
     const int rows = static_cast<int>(std::lround((g.nLat - g.sLat) / g.latInc)) + 1;
     const int cols = static_cast<int>(std::lround((g.wLong - g.eLong) / g.longInc)) + 1;
     textRecord(out, "SUB_NAME", g.name);

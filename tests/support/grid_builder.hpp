@@ -10,7 +10,7 @@
 
 namespace pixtrail::test {
 
-struct SubGridSpec {
+struct SubGridLayout {
   std::string name = "SUBGRID";
   std::string parent = "NONE";
   // Bounds and steps in seconds, longitude positive west (NTv2 convention).
@@ -19,13 +19,13 @@ struct SubGridSpec {
   std::function<void(double latSec, double lonWestSec, float& dLat, float& dLonWest)> shift;
 };
 
-struct GridSpec {
+struct GridLayout {
   std::string systemF = "SOURCE";
   std::string systemT = "WGS84";
-  std::vector<SubGridSpec> subGrids;
+  std::vector<SubGridLayout> subGrids;
   ByteOrder order = ByteOrder::little;
 };
 
-std::string buildNtv2Grid(const GridSpec& spec);
+std::string buildNtv2Grid(const GridLayout& layout);
 
 }  // namespace pixtrail::test
