@@ -24,10 +24,10 @@ int runCoordProject(const CoordProjectOptions& options, const GlobalOptions& glo
   const TProyeccion& p = *prepared.projection;
   const int datum = prepared.datum;
   const bool ecef = prepared.geocentric;
-  const char* planeFormat = p.unit() == PlaneUnit::kDegrees ? "%.9f %.9f" : "%.4f %.4f";
+  const int decimals = p.unit() == PlaneUnit::kDegrees ? 9 : 4;
+  std::vector<double> v;  // reused from line to line
+  std::vector<std::string> rest;
   auto forward = [&](std::string_view input, std::string& output, std::string& why) {
-    std::vector<double> v;
-    std::vector<std::string> rest;
     if (!readNumbers(input, 2, v, &rest, why)) return false;
     TCoord position{v[1], v[0]};
     if (ecef && !rest.empty()) {
@@ -40,9 +40,18 @@ int runCoordProject(const CoordProjectOptions& options, const GlobalOptions& glo
     }
     GridCoord grid;
     if (!p.project(position, datum, grid, why)) return false;
-    if (ecef) output = formatText("%.4f %.4f %.4f", grid.x, grid.y, grid.z);
-    else if (grid.zone != 0) output = formatText("%.4f %.4f %d %c", grid.x, grid.y, grid.zone, grid.band);
-    else output = formatText(planeFormat, grid.x, grid.y);
+    appendFixed(output, grid.x, decimals);
+    output += ' ';
+    appendFixed(output, grid.y, decimals);
+    if (ecef) {
+      output += ' ';
+      appendFixed(output, grid.z, decimals);
+    } else if (grid.zone != 0) {
+      output += ' ';
+      output += std::to_string(grid.zone);
+      output += ' ';
+      output += grid.band;
+    }
     return true;
   };
   return runInputs(options.batch, {joinArguments(options.values)}, forward);

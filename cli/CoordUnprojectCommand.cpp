@@ -25,9 +25,9 @@ int runCoordUnproject(const CoordUnprojectOptions& options, const GlobalOptions&
   const TProyeccion& p = *prepared.projection;
   const int datum = prepared.datum;
   const bool ecef = prepared.geocentric;
+  std::vector<double> v;  // reused from line to line
+  std::vector<std::string> rest;
   auto inverse = [&](std::string_view input, std::string& output, std::string& why) {
-    std::vector<double> v;
-    std::vector<std::string> rest;
     if (!readNumbers(input, ecef ? 3 : 2, v, &rest, why)) return false;
     GridCoord grid{v[0], v[1]};
     if (ecef) grid.z = v[2];
@@ -48,8 +48,13 @@ int runCoordUnproject(const CoordUnprojectOptions& options, const GlobalOptions&
     }
     TCoord position;
     if (!p.unproject(grid, datum, position, why)) return false;
-    output = ecef ? formatText("%.9f %.9f %.4f", position.lat, position.lon, position.alt)
-                  : formatText("%.9f %.9f", position.lat, position.lon);
+    appendFixed(output, position.lat, 9);
+    output += ' ';
+    appendFixed(output, position.lon, 9);
+    if (ecef) {
+      output += ' ';
+      appendFixed(output, position.alt, 4);
+    }
     return true;
   };
   return runInputs(options.batch, {joinArguments(options.values)}, inverse);

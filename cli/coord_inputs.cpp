@@ -1,8 +1,8 @@
 #include "cli/coord_inputs.hpp"
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <iostream>
 
 #include "app/Startup.hpp"
 #include "coords/TListaDatums.hpp"
@@ -41,13 +41,24 @@ int runInputs(bool batch, const std::vector<std::string>& inputs, const InputHan
     out.clear();
   };
   if (batch) {
-    std::ios::sync_with_stdio(false);
-    std::string line;
-    while (std::getline(std::cin, line)) {
-      if (!line.empty() && line.back() == '\r') line.pop_back();
-      one(line);
+    // Whole blocks of stdin split into lines here: iostream's getline would cost more than the
+    // projection itself.
+    std::string pending;
+    std::vector<char> block(1 << 20);
+    for (;;) {
+      const std::size_t got = std::fread(block.data(), 1, block.size(), stdin);
+      pending.append(block.data(), got);
+      std::size_t start = 0;
+      for (std::size_t end; (end = pending.find('\n', start)) != std::string::npos; start = end + 1) {
+        std::string_view line(pending.data() + start, end - start);
+        if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+        one(line);
+      }
+      pending.erase(0, start);
       if (out.size() > (1u << 16)) flush();
+      if (got < block.size()) break;
     }
+    if (!pending.empty()) one(pending);  // a last line without its newline
   } else {
     for (const std::string& input : inputs) one(input);
   }
@@ -56,30 +67,75 @@ int runInputs(bool batch, const std::vector<std::string>& inputs, const InputHan
   return status;
 }
 
+namespace {
+
+// The next blank-separated field of `rest`, consumed; empty at the end.
+std::string_view nextField(std::string_view& rest) {
+  std::size_t start = 0;
+  while (start < rest.size() && (rest[start] == ' ' || rest[start] == '\t')) ++start;
+  std::size_t end = start;
+  while (end < rest.size() && rest[end] != ' ' && rest[end] != '\t') ++end;
+  const std::string_view field = rest.substr(start, end - start);
+  rest.remove_prefix(end);
+  return field;
+}
+
+}  // namespace
+
 bool readNumbers(std::string_view input, std::size_t count, std::vector<double>& numbers,
                  std::vector<std::string>* rest, std::string& message) {
-  const auto fields = splitOnBlanks(input);
-  if (fields.size() < count) {
-    message = "expected " + std::to_string(count) + " numbers: " + std::string(input);
-    return false;
-  }
   numbers.clear();
+  std::string_view remaining = input;
   for (std::size_t i = 0; i < count; ++i) {
-    const auto value = parseDouble(fields[i]);
+    const std::string_view field = nextField(remaining);
+    if (field.empty()) {
+      message = "expected " + std::to_string(count) + " numbers: " + std::string(input);
+      return false;
+    }
+    const auto value = parseDouble(field);
     if (!value || !std::isfinite(*value)) {
-      message = "not a number: " + std::string(fields[i]);
+      message = "not a number: " + std::string(field);
       return false;
     }
     numbers.push_back(*value);
   }
-  if (rest != nullptr) {
-    rest->clear();
-    for (std::size_t i = count; i < fields.size(); ++i) rest->emplace_back(fields[i]);
-  } else if (fields.size() > count) {
-    message = "unexpected text: " + std::string(fields[count]);
-    return false;
+  if (rest != nullptr) rest->clear();
+  for (std::string_view field = nextField(remaining); !field.empty(); field = nextField(remaining)) {
+    if (rest == nullptr) {
+      message = "unexpected text: " + std::string(field);
+      return false;
+    }
+    rest->emplace_back(field);
   }
   return true;
+}
+
+void appendFixed(std::string& out, double value, int decimals) {
+  // Fast path: the value scaled to an integer of at most 15 digits, so that the scaling is exact
+  // to far below the last printed digit; to_chars otherwise.
+  static constexpr double kPowers[] = {1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
+  const double magnitude = std::fabs(value);
+  if (decimals >= 0 && decimals <= 9 && magnitude * kPowers[decimals] < 1e15) {
+    const auto scaled = static_cast<unsigned long long>(std::llround(magnitude * kPowers[decimals]));
+    char digits[24] = {};
+    const auto end = std::to_chars(digits, digits + sizeof digits, scaled).ptr;
+    std::string_view text(digits, static_cast<std::size_t>(end - digits));
+    if (std::signbit(value)) out += '-';
+    const std::size_t d = static_cast<std::size_t>(decimals);
+    if (text.size() <= d) {
+      out += "0.";
+      out.append(d - text.size(), '0');
+      out += text;
+    } else {
+      out += text.substr(0, text.size() - d);
+      if (d > 0) out.append(1, '.').append(text.substr(text.size() - d));
+    }
+    return;
+  }
+  char buffer[400];  // the longest double in fixed notation, with its decimals
+  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, decimals);
+  if (result.ec == std::errc()) out.append(buffer, result.ptr);
+  else out += "nan";
 }
 
 std::string joinArguments(const std::vector<std::string>& arguments) {

@@ -48,10 +48,11 @@ int utmZone(double lon) {
 char utmBandLetter(double lat, char current) {
   if (lat > kBands.back().top) return 'Z';
   if (lat < kSouthernmostBandBottom) return 'A';
-  if (lat == kSouthernmostBandBottom) return current;
-  for (const BandRow& band : kBands)
-    if (lat <= band.top) return band.letter;
-  return current;  // NaN
+  if (!(lat > kSouthernmostBandBottom)) return current;  // exactly -80, or NaN
+  if (lat > kBands[kBands.size() - 2].top) return kBands.back().letter;  // X spans 12 degrees
+  // 8-degree bands from -80: the band whose top is the first at or above lat.
+  const auto index = static_cast<std::size_t>(std::ceil((lat - kSouthernmostBandBottom) / 8.0)) - 1;
+  return kBands[index].letter;
 }
 
 bool utmParameters(int zone, char letter, TMParameters& parameters) {
@@ -67,7 +68,9 @@ bool utmParameters(int zone, char letter, TMParameters& parameters) {
 bool geographicToUtm(const TCoord& geo, int sourceDatum, int targetDatum, GridCoord& out,
                      std::string& message, int forcedZone, char forcedLetter) {
   TCoord position = geo;
-  if (!datumTable().Transforma_Grados_Datum(position, sourceDatum, targetDatum, message)) return false;
+  if (sourceDatum != targetDatum &&
+      !datumTable().Transforma_Grados_Datum(position, sourceDatum, targetDatum, message))
+    return false;
   const bool forced = forcedZone != 0;
   if (!forced && !std::isfinite(position.lon)) {
     appendMessage(message, "Invalid longitude");
@@ -109,7 +112,9 @@ bool utmToGeographic(const GridCoord& utm, int sourceDatum, int targetDatum, TCo
     return false;
   }
   position.alt = utm.alt;
-  if (!datumTable().Transforma_Grados_Datum(position, sourceDatum, targetDatum, message)) return false;
+  if (sourceDatum != targetDatum &&
+      !datumTable().Transforma_Grados_Datum(position, sourceDatum, targetDatum, message))
+    return false;
   out = position;
   return true;
 }

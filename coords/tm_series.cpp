@@ -19,21 +19,22 @@ constexpr double kDegPerRad = 180.0 * (1.0 / std::numbers::pi);
 }  // namespace
 
 EllipsoidShape EllipsoidShape::from(double a, double e2, double ep2, double e1) {
+  // Constant divisors are written as products so that no division runs per call.
   EllipsoidShape s;
   s.a = a;
   s.e2 = e2;
   s.ep2 = ep2;
   s.e1 = e1;
   const double e4 = e2 * e2, e6 = e4 * e2;
-  s.arc0 = a * (1 - e2 / 4 - 3 * e4 / 64 - 5 * e6 / 256);
-  s.arc2 = a * (3 * e2 / 8 + 3 * e4 / 32 + 45 * e6 / 1024);
-  s.arc4 = a * (15 * e4 / 256 + 45 * e6 / 1024);
-  s.arc6 = a * (35 * e6 / 3072);
+  s.arc0 = a * (1 - e2 * (1.0 / 4) - e4 * (3.0 / 64) - e6 * (5.0 / 256));
+  s.arc2 = a * (e2 * (3.0 / 8) + e4 * (3.0 / 32) + e6 * (45.0 / 1024));
+  s.arc4 = a * (e4 * (15.0 / 256) + e6 * (45.0 / 1024));
+  s.arc6 = a * (e6 * (35.0 / 3072));
   const double e1p2 = e1 * e1, e1p3 = e1p2 * e1, e1p4 = e1p3 * e1;
-  s.foot2 = 3 * e1 / 2 - 27 * e1p3 / 32;
-  s.foot4 = 21 * e1p2 / 16 - 55 * e1p4 / 32;
-  s.foot6 = 151 * e1p3 / 96;
-  s.foot8 = 1097 * e1p4 / 512;
+  s.foot2 = e1 * (3.0 / 2) - e1p3 * (27.0 / 32);
+  s.foot4 = e1p2 * (21.0 / 16) - e1p4 * (55.0 / 32);
+  s.foot6 = e1p3 * (151.0 / 96);
+  s.foot8 = e1p4 * (1097.0 / 512);
   return s;
 }
 
@@ -56,35 +57,6 @@ bool primeVerticalRadius(double phi, const EllipsoidShape& s, double& radiusM) {
   return true;
 }
 
-bool tmForward(const TMParameters& p, const EllipsoidShape& s, double lon, double lat, double& x,
-               double& y) {
-  const double phi = lat * kRadPerDeg;
-  const double lam = lon * kRadPerDeg;
-  const double lam0 = p.lon0 * kRadPerDeg;
-  const double sinPhi = std::sin(phi), cosPhi = std::cos(phi);
-  const double w = 1 - s.e2 * sinPhi * sinPhi;
-  if (!(w > 0)) return false;
-  const double n = s.a / std::sqrt(w);
-  const double tanPhi = sinPhi / cosPhi;
-  const double a = (lam - lam0) * cosPhi;
-  const double t = tanPhi * tanPhi;
-  const double c = s.ep2 * cosPhi * cosPhi;
-  const double a2 = a * a, a3 = a2 * a, a4 = a2 * a2, a5 = a4 * a, a6 = a4 * a2;
-  const double m = meridianArc(phi, s);
-  const double m0 = p.lat0 == 0 ? 0.0 : meridianArc(p.lat0 * kRadPerDeg, s);
-  const double east = p.k0 * n * (a + (1 - t + c) * a3 / 6 +
-                                   (5 - 18 * t + t * t + 72 * c - 58 * s.ep2) * a5 / 120) +
-                      p.falseEasting;
-  const double north =
-      p.k0 * (m - m0 + n * tanPhi * (a2 / 2 + (5 - t + 9 * c + 4 * c * c) * a4 / 24 +
-                                     (61 - 58 * t + t * t + 600 * c - 330 * s.ep2) * a6 / 720)) +
-      p.falseNorthing;
-  if (!std::isfinite(east) || !std::isfinite(north)) return false;
-  x = east;
-  y = north;
-  return true;
-}
-
 bool tmInverse(const TMParameters& p, const EllipsoidShape& s, double x, double y, double& lon,
                double& lat) {
   const double m0 = p.lat0 == 0 ? 0.0 : meridianArc(p.lat0 * kRadPerDeg, s);
@@ -101,11 +73,11 @@ bool tmInverse(const TMParameters& p, const EllipsoidShape& s, double x, double 
   const double d2 = d * d, d3 = d2 * d, d4 = d2 * d2, d5 = d4 * d, d6 = d4 * d2;
   const double phi =
       phi1 - (n1 * tanPhi1 / r1) *
-                 (d2 / 2 - (5 + 3 * t1 + 10 * c1 - 4 * c1 * c1 - 9 * s.ep2) * d4 / 24 +
-                  (61 + 90 * t1 + 298 * c1 + 45 * t1 * t1 - 252 * s.ep2 - 3 * c1 * c1) * d6 / 720);
+                 (d2 * 0.5 - (5 + 3 * t1 + 10 * c1 - 4 * c1 * c1 - 9 * s.ep2) * d4 * (1.0 / 24) +
+                  (61 + 90 * t1 + 298 * c1 + 45 * t1 * t1 - 252 * s.ep2 - 3 * c1 * c1) * d6 * (1.0 / 720));
   const double lam = p.lon0 * kRadPerDeg +
-                     (d - (1 + 2 * t1 + c1) * d3 / 6 +
-                      (5 - 2 * c1 + 28 * t1 - 3 * c1 * c1 + 8 * s.ep2 + 24 * t1 * t1) * d5 / 120) /
+                     (d - (1 + 2 * t1 + c1) * d3 * (1.0 / 6) +
+                      (5 - 2 * c1 + 28 * t1 - 3 * c1 * c1 + 8 * s.ep2 + 24 * t1 * t1) * d5 * (1.0 / 120)) /
                          cosPhi1;
   if (!std::isfinite(phi) || !std::isfinite(lam)) return false;
   lat = phi * kDegPerRad;

@@ -15,6 +15,8 @@ packages=(
   libimage-exiftool-perl exiv2 gpsbabel proj-bin geographiclib-tools gpsd-clients socat imagemagick
   # benchmarks (PROJ's C API is the peer of the datum shift benchmark)
   hyperfine time libproj-dev
+  # GeographicLib is the other peer of the projection benchmark
+  libgeographiclib-dev
 )
 
 missing=()
