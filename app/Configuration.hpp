@@ -132,6 +132,11 @@ class Configuration {
   TextSetting languageFile{*this, "General", "Fichero_Idioma", "language_en.txt"};
   RealSetting routeWaypointRadiusM{*this, "Balizas", "Radio_Default_Balizas_Ruta", 400.0};
   IntSetting workingDatum{*this, "Coordenadas", "Datum_Trabajo", 0};
+  // -- Tracks and their files
+  BoolSetting preferGpsAltitude{*this, "Tracks", "Altitud_GPS_Preferida", true};
+  RealSetting maxGapSeconds{*this, "Tracks", "Max_Hueco_Segundos", 1800.0};
+  IntSetting fileCoordinateMode{*this, "Coordenadas", "Modo_Coordenadas_Ficheros", 0};
+  TextSetting fileDatum{*this, "Coordenadas", "Datum_Ficheros", "WGS 84"};
 };
 
 // The one configuration object of the program.

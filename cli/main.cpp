@@ -17,6 +17,9 @@
 #include "cli/CoordUnprojectCommand.hpp"
 
 // -- tracks and waypoints --
+#include "cli/ConvertCommand.hpp"
+#include "cli/InfoCommand.hpp"
+#include "cli/PositionCommand.hpp"
 
 // -- photos --
 
@@ -46,6 +49,9 @@ int main(int argc, char** argv) {
   setupCoordGrid(coord, global, result);
 
   // -- tracks and waypoints --
+  setupInfo(app, global, result);
+  setupConvert(app, global, result);
+  setupPosition(app, global, result);
 
   // -- photos --
 
