@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 
+#include "tracks/track_file_dispatch.hpp"
 #include "tracks/track_format_gpx.hpp"
 
 namespace {
@@ -45,7 +46,7 @@ int main(int argc, char** argv) {
   if (argc == 3 && std::strcmp(argv[1], "--read-once") == 0) {
     pixtrail::TVolGPS track;
     std::string message;
-    if (!pixtrail::readGpxTrack(argv[2], track, message)) {
+    if (!pixtrail::readGpxTrack(argv[2], track, {}, message)) {
       std::fprintf(stderr, "%s\n", message.c_str());
       return 1;
     }

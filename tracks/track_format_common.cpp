@@ -4,7 +4,8 @@
 #include <cstdint>
 #include <cmath>
 #include <cstdio>
-#include <filesystem>
+
+#include "tracks/track_datum.hpp"
 
 namespace pixtrail {
 
@@ -67,11 +68,10 @@ DateTimeRecord shiftedBySeconds(const DateTimeRecord& record, double seconds) {
   return DateTimeRecord::fromValue(value + seconds / kSecondsPerDay);
 }
 
-std::unique_ptr<TPuntVol> makePoint(double lat, double lon, float altM,
-                                    const DateTimeRecord& time) {
+std::unique_ptr<TPuntVol> makePoint(double lat, double lon, float altM, const DateTimeRecord& time,
+                                    int fileDatum) {
   auto p = std::make_unique<TPuntVol>();
-  p->position.lat = lat;
-  p->position.lon = lon;
+  p->position = fromFileDatum({lon, lat, kUnknownAltitude}, fileDatum);
   if (hasAltitude(altM)) p->setAltitude(altM);
   if (!time.isEmpty()) p->time = TPuntTiempo::fromRecord(time);
   p->stateFlags |= TPuntVol::kValidData;
@@ -152,12 +152,6 @@ std::string formatXmlDateTime(const DateTimeRecord& utc) {
     std::snprintf(buffer, sizeof buffer, "%04d-%02d-%02dT%02d:%02d:%02d.%03dZ", r.year, r.month,
                   r.day, r.hour, r.minute, whole, ms);
   return buffer;
-}
-
-std::string extensionOf(const std::string& fileName) {
-  std::string ext = std::filesystem::path(fileName).extension().string();
-  if (!ext.empty()) ext.erase(0, 1);
-  return ext;
 }
 
 }  // namespace pixtrail

@@ -29,17 +29,15 @@ const char* parseDecimal(const char* begin, const char* end, double& out);
 // The record moved by `seconds` (negative for earlier), rounded to the millisecond.
 DateTimeRecord shiftedBySeconds(const DateTimeRecord& record, double seconds);
 
-// A point holding valid data at lat/lon, with altitude and time when given.
-std::unique_ptr<TPuntVol> makePoint(double lat, double lon, float altM,
-                                    const DateTimeRecord& time);
+// A point holding valid data at lat/lon (given in `fileDatum`, held in the working datum), with
+// altitude and time when given.
+std::unique_ptr<TPuntVol> makePoint(double lat, double lon, float altM, const DateTimeRecord& time,
+                                    int fileDatum = kDatumWgs84);
 
 // "YYYY-MM-DDTHH:MM:SS[.fff][Z|+hh:mm|-hh:mm|+hhmm]" as XML formats write it, given as UTC.
 // A time without a zone is taken as UTC.
 bool parseXmlDateTime(std::string_view text, DateTimeRecord& utc);
 // "YYYY-MM-DDTHH:MM:SS[.sss]Z".
 std::string formatXmlDateTime(const DateTimeRecord& utc);
-
-// The extension of `fileName` without its dot.
-std::string extensionOf(const std::string& fileName);
 
 }  // namespace pixtrail

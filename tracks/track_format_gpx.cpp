@@ -9,6 +9,7 @@
 
 #include "core/SafeFile.hpp"
 #include "core/messages.hpp"
+#include "tracks/track_datum.hpp"
 #include "tracks/track_format_common.hpp"
 #include "tracks/xml_element_stream.hpp"
 
@@ -138,7 +139,9 @@ class GpxTrackHandler : public XmlElementHandler {
     for (std::size_t i = 0; i < routePoints_.size(); ++i) track_.appendPoint(routePoints_[i].clone());
   }
 
-  GpxReadStats stats;
+  struct {
+    std::size_t trackPoints = 0, routePoints = 0, waypoints = 0, skippedPoints = 0;
+  } stats;
 
  private:
   TVolGPS& track_;
@@ -147,8 +150,10 @@ class GpxTrackHandler : public XmlElementHandler {
   bool newRouteSegment_ = true;
 };
 
-bool readGpxStream(std::FILE* file, const std::string& fileName, TVolGPS& track,
-                   std::string& message, GpxReadStats* stats) {
+}  // namespace
+
+bool readGpxTrackStream(std::FILE* file, const std::string& fileName, TVolGPS& track,
+                        std::string& message) {
   XmlStreamOptions options;
   options.isContainer = isGpxContainer;
   TVolGPS loaded;
@@ -162,11 +167,11 @@ bool readGpxStream(std::FILE* file, const std::string& fileName, TVolGPS& track,
     appendMessage(message, fileName + ": no track or route points in this GPX file");
     return false;
   }
-  if (stats) *stats = handler.stats;
   track.points = std::move(loaded.points);
-  track.fileName = fileName;
   return true;
 }
+
+namespace {
 
 std::string formatNumber(const char* format, double value) {
   char buffer[64];
@@ -180,8 +185,9 @@ void addText(pugi::xml_node parent, const char* name, const std::string& text) {
 
 void writePoint(pugi::xml_node seg, const TPuntVol& p) {
   pugi::xml_node pt = seg.append_child("trkpt");
-  pt.append_attribute("lat").set_value(formatNumber("%.9f", p.position.lat).c_str());
-  pt.append_attribute("lon").set_value(formatNumber("%.9f", p.position.lon).c_str());
+  const TCoord wgs84 = toFileDatum(p.position, kDatumWgs84);
+  pt.append_attribute("lat").set_value(formatNumber("%.9f", wgs84.lat).c_str());
+  pt.append_attribute("lon").set_value(formatNumber("%.9f", wgs84.lon).c_str());
   const float alt = p.altitude(TrackSettings{}.preferGpsAltitude);
   if (hasAltitude(alt)) addText(pt, "ele", formatNumber("%.3f", alt));
   DateTimeValue when = 0.0;
@@ -207,22 +213,26 @@ void writePoint(pugi::xml_node seg, const TPuntVol& p) {
 
 }  // namespace
 
-bool readGpxTrack(const std::string& fileName, TVolGPS& track, std::string& message,
-                  GpxReadStats* stats) {
-  std::FILE* file = std::fopen(fileName.c_str(), "rb");
-  if (!file) {
-    appendMessage(message, "Error opening " + fileName);
+bool readGpxTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFileSettings&,
+                  std::string& message) {
+  std::FILE* f = std::fopen(file.c_str(), "rb");
+  if (!f) {
+    appendMessage(message, "Error opening " + file.string());
     return false;
   }
-  const bool ok = readGpxStream(file, fileName, track, message, stats);
-  std::fclose(file);
+  const bool ok = readGpxTrackStream(f, file.string(), track, message);
+  std::fclose(f);
   return ok;
 }
 
 bool readGpxTrackText(std::string_view text, TVolGPS& track, std::string& message) {
+  if (text.empty()) {
+    appendMessage(message, "GPX text: empty");
+    return false;
+  }
   std::FILE* file = fmemopen(const_cast<char*>(text.data()), text.size(), "rb");
   if (!file) return false;
-  const bool ok = readGpxStream(file, "GPX text", track, message, nullptr);
+  const bool ok = readGpxTrackStream(file, "GPX text", track, message);
   std::fclose(file);
   return ok;
 }
@@ -249,11 +259,11 @@ std::string gpxTrackText(const TVolGPS& track) {
   return out.str();
 }
 
-bool writeGpxTrack(const TVolGPS& track, const std::string& fileName, std::string& message,
-                   bool overwrite) {
+bool writeGpxTrack(const TVolGPS& track, const std::filesystem::path& file,
+                   const TrackFileSettings& settings, std::string& message) {
   SafeWriteOptions options;
-  options.mustNotExist = !overwrite;
-  return writeFileSafely(fileName, gpxTrackText(track), options, message);
+  options.keepBackup = settings.keepBackup;
+  return writeFileSafely(file, gpxTrackText(track), options, message);
 }
 
 }  // namespace pixtrail

@@ -1,10 +1,7 @@
 #include "tracks/track_format_igc.hpp"
 
-#include <unzip.h>
-
 #include <cmath>
 #include <cstdio>
-#include <vector>
 
 #include "core/SafeFile.hpp"
 #include "core/messages.hpp"
@@ -133,7 +130,7 @@ bool readIgcTrackText(std::string_view text, const std::string& fileName, TVolGP
       time.seconds = fix->second;
       if (dayOffset > 0) time = shiftedBySeconds(time, dayOffset * kSecondsPerDay);
     }
-    auto p = makePoint(fix->lat, fix->lon, kUnknownAltitude, time);
+    auto p = makePoint(fix->lat, fix->lon, kUnknownAltitude, time);  // IGC is WGS 84 by rule
     p->barometricAltitudeM = static_cast<float>(fix->pressureAltM);
     p->gpsAltitudeM = static_cast<float>(fix->gnssAltM);
     p->fixType = fix->valid3d ? 3 : 2;
@@ -150,43 +147,14 @@ bool readIgcTrackText(std::string_view text, const std::string& fileName, TVolGP
   }
   if (!date) appendMessage(message, fileName + ": no HFDTE date record; times have no date");
   track.points = std::move(loaded.points);
-  track.fileName = fileName;
   return true;
 }
 
-bool readIgcTrack(const std::string& fileName, TVolGPS& track, std::string& message) {
+bool readIgcTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFileSettings&,
+                  std::string& message) {
   std::string text;
-  if (!readWholeFile(fileName, text, message)) return false;
-  return readIgcTrackText(text, fileName, track, message);
-}
-
-bool readIgzTrack(const std::string& fileName, TVolGPS& track, std::string& message) {
-  unzFile zip = unzOpen(fileName.c_str());
-  std::string text;
-  bool found = false;
-  if (zip) {
-    for (int r = unzGoToFirstFile(zip); r == UNZ_OK && !found; r = unzGoToNextFile(zip)) {
-      char name[512] = {};
-      unz_file_info info{};
-      if (unzGetCurrentFileInfo(zip, &info, name, sizeof name, nullptr, 0, nullptr, 0) != UNZ_OK)
-        break;
-      const std::string member(name);
-      if (member.size() < 4 || !equalsIgnoreCase(member.substr(member.size() - 4), ".igc")) continue;
-      if (unzOpenCurrentFile(zip) != UNZ_OK) break;
-      std::vector<char> chunk(1 << 16);
-      int got = 0;
-      while ((got = unzReadCurrentFile(zip, chunk.data(), static_cast<unsigned>(chunk.size()))) > 0)
-        text.append(chunk.data(), static_cast<std::size_t>(got));
-      found = got == 0 && unzCloseCurrentFile(zip) == UNZ_OK;
-      if (!found) break;
-    }
-    unzClose(zip);
-  }
-  if (!found) {
-    appendMessage(message, "Error unziping file in IGZ");
-    return false;
-  }
-  return readIgcTrackText(text, fileName, track, message);
+  if (!readWholeFile(file, text, message)) return false;
+  return readIgcTrackText(text, file.string(), track, message);
 }
 
 std::string igcTrackText(const TVolGPS& track) {
@@ -205,17 +173,9 @@ std::string igcTrackText(const TVolGPS& track) {
   return out;
 }
 
-bool writeIgcTrack(const TVolGPS& track, const std::string& fileName, std::string& message) {
-  SafeWriteOptions options;
-  options.keepBackup = track.backupOnIgcSave;
-  options.temporarySuffix = ".tmp";
-  std::string reason;
-  if (writeFileSafely(fileName, igcTrackText(track), options, reason)) return true;
-  appendMessage(message, reason);
-  // Past the temporary file, what failed is the backup or the rename.
-  if (reason.starts_with("Error saving") || reason.starts_with("Error keeping backup"))
-    appendMessage(message, "Error renaming the tmp file to igc");
-  return false;
+bool writeIgcTrack(const TVolGPS& track, const std::filesystem::path& file,
+                   const TrackFileSettings&, std::string& message) {
+  return writeFileSafely(file, igcTrackText(track), SafeWriteOptions{}, message);
 }
 
 }  // namespace pixtrail

@@ -3,13 +3,15 @@
 // fix whose time of day runs backwards starts the next day. Other records (unknown H lines, I/J
 // extension definitions, C, D, E, F, G, L) are passed over. A B record carries the pressure
 // altitude (kept as the barometric altitude) and the GNSS altitude (kept as the GPS altitude).
-// IGZ is a zip archive holding the log.
+// These are the open and save slots readIgcTrack / writeIgcTrack; IGZ unpacking and the IGC save
+// sequence belong to the dispatcher.
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "core/DateTimeRecord.hpp"
 #include "tracks/TVolGPS.hpp"
+#include "tracks/track_formats_foreign.hpp"
 
 namespace pixtrail {
 
@@ -31,14 +33,6 @@ std::string igcFixRecord(const TPuntVol& point);
 
 bool readIgcTrackText(std::string_view text, const std::string& fileName, TVolGPS& track,
                       std::string& message);
-bool readIgcTrack(const std::string& fileName, TVolGPS& track, std::string& message);
-// Unpacks the first .igc member of the archive; "Error unziping file in IGZ" when that fails.
-bool readIgzTrack(const std::string& fileName, TVolGPS& track, std::string& message);
-
 std::string igcTrackText(const TVolGPS& track);
-// The save sequence: written to NAME.tmp, the previous file kept as NAME.bak when the track's
-// backup flag is set, then renamed over NAME; "Error renaming the tmp file to igc" when the last
-// steps fail.
-bool writeIgcTrack(const TVolGPS& track, const std::string& fileName, std::string& message);
 
 }  // namespace pixtrail

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/tracks/gpsbabel_oracle.hpp"
-#include "tracks/track_format_gpx.hpp"
+#include "tracks/track_file_dispatch.hpp"
 
 namespace pixtrail {
 namespace {
@@ -15,7 +15,7 @@ TEST(GpxOracle, SamplesReadAsGpsbabelReadsThem) {
     const auto file = test::testData(std::string("formats/") + name);
     TVolGPS track;
     std::string message;
-    ASSERT_TRUE(readGpxTrack(file.string(), track, message)) << name << message;
+    ASSERT_TRUE(openTrack(file, track, {}, message)) << name << message;
     test::expectSamePoints(track, test::gpsbabelRead("gpx", file), 0.001, name);
   }
 }
@@ -26,9 +26,9 @@ TEST(GpxOracle, WhatWeWriteGpsbabelReadsWithoutWarningsAndAgrees) {
   for (const char* name : kSamples) {
     TVolGPS track;
     std::string message;
-    ASSERT_TRUE(readGpxTrack(test::testData(std::string("formats/") + name).string(), track, message));
+    ASSERT_TRUE(openTrack(test::testData(std::string("formats/") + name), track, {}, message));
     const auto out = dir / (std::string("out-") + name);
-    ASSERT_TRUE(writeGpxTrack(track, out.string(), message)) << message;
+    ASSERT_TRUE(saveTrack(track, out, {}, message)) << message;
     const test::OracleRun run = test::gpsbabelRead("gpx", out);
     EXPECT_EQ(run.errors, "") << name;
     test::expectSamePoints(track, run, 0.001, name);
@@ -58,7 +58,7 @@ TEST(GpxOracle, ZonesAndFractionsAgree) {
 </trkseg></trk></gpx>)");
   TVolGPS track;
   std::string message;
-  ASSERT_TRUE(readGpxTrack(file.string(), track, message)) << message;
+  ASSERT_TRUE(openTrack(file, track, {}, message)) << message;
   test::expectSamePoints(track, test::gpsbabelRead("gpx", file), 0.001, "zones");
 }
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/tracks/gpsbabel_oracle.hpp"
-#include "tracks/track_format_igc.hpp"
+#include "tracks/track_file_dispatch.hpp"
 
 namespace pixtrail {
 namespace {
@@ -30,16 +30,16 @@ TEST(IgcOracle, SampleAndOurOwnLogAgreeWithGpsbabel) {
   const auto sample = test::testData("formats/igc2.igc");
   TVolGPS track;
   std::string message;
-  ASSERT_TRUE(readIgcTrack(sample.string(), track, message)) << message;
+  ASSERT_TRUE(openTrack(sample, track, {}, message)) << message;
   expectSameAsGpsbabel(track, sample, "sample");
 
   test::TempDir dir;
-  const auto written = dir / "ours.igc";
-  ASSERT_TRUE(writeIgcTrack(track, written.string(), message)) << message;
+  const auto written = dir / "ours.IGC";
+  ASSERT_TRUE(saveTrack(track, written, {}, message)) << message;
   const test::OracleRun run = test::gpsbabelRead("igc", written);
   EXPECT_EQ(run.errors, "");
   TVolGPS back;
-  ASSERT_TRUE(readIgcTrack(written.string(), back, message)) << message;
+  ASSERT_TRUE(openTrack(written, back, {}, message)) << message;
   expectSameAsGpsbabel(back, written, "written");
 }
 
