@@ -24,7 +24,6 @@ bool unavailable(std::string_view format, std::string& message) {
     return unavailable(format, m);                                                                       \
   }
 
-PIXTRAIL_UNAVAILABLE_READER(readOziExplorerTrack, "PLT")
 PIXTRAIL_UNAVAILABLE_READER(readMapSourceTextTrack, "TXT")
 PIXTRAIL_UNAVAILABLE_READER(readHeartRateTrack, "HRM")
 PIXTRAIL_UNAVAILABLE_READER(readCsvTrack, "CSV")
@@ -32,7 +31,6 @@ PIXTRAIL_UNAVAILABLE_READER(readAprsTrack, "APRS")
 PIXTRAIL_UNAVAILABLE_READER(readNmeaTrack, "NMEA")
 PIXTRAIL_UNAVAILABLE_READER(readMagellanTrack, "LOG")
 
-PIXTRAIL_UNAVAILABLE_WRITER(writeOziExplorerTrack, "PLT")
 PIXTRAIL_UNAVAILABLE_WRITER(writeMagellanTrack, "LOG")
 PIXTRAIL_UNAVAILABLE_WRITER(writeVectorTrack, "Vector export of")
 
