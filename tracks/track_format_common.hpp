@@ -12,6 +12,10 @@
 
 namespace pixtrail {
 
+inline constexpr double kFeetToMetres = 0.3048;
+inline constexpr double kKnotsToMs = 1852.0 / 3600.0;  // the international nautical mile
+inline constexpr double kKmhToMs = 1000.0 / 3600.0;
+
 // Calls `line` for every line of `text`: CR LF, LF or a lone CR end a line; a leading UTF-8 byte
 // order mark is skipped; the line handed over carries no line end. Stops early when `line`
 // returns false.

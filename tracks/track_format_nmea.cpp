@@ -15,8 +15,6 @@ namespace pixtrail {
 
 namespace {
 
-constexpr double kKnotsToMs = 1852.0 / 3600.0;
-constexpr double kKmhToMs = 1000.0 / 3600.0;
 constexpr std::string_view kMagellanError = "Error reading Magellan log file.";
 
 // One epoch of sentences, before dating.

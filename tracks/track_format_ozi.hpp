@@ -15,7 +15,6 @@
 
 namespace pixtrail {
 
-inline constexpr double kFeetToMetres = 0.3048;
 inline constexpr double kOziNoAltitudeFeet = -777.0;
 
 struct OziTrackPoint {

@@ -24,10 +24,6 @@ bool unavailable(std::string_view format, std::string& message) {
     return unavailable(format, m);                                                                       \
   }
 
-PIXTRAIL_UNAVAILABLE_READER(readMapSourceTextTrack, "TXT")
-PIXTRAIL_UNAVAILABLE_READER(readHeartRateTrack, "HRM")
-PIXTRAIL_UNAVAILABLE_READER(readCsvTrack, "CSV")
-PIXTRAIL_UNAVAILABLE_READER(readAprsTrack, "APRS")
 
 PIXTRAIL_UNAVAILABLE_WRITER(writeVectorTrack, "Vector export of")
 

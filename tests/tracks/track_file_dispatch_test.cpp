@@ -77,7 +77,7 @@ TEST(TrackDispatch, OpenChoosesByExtensionAndRecalculates) {
   const struct { const char* name; const char* message; } failures[] = {
       {"walk.abc", "Unknown file format opening track: abc"},
       {"walk", "Unknown file format opening track: "},
-      {"walk.hrm", "HRM track files are not available"},
+      {"walk.cmp", "CMP track files cannot be read or written: the program's compact track format is not documented"},
       {"FBK|7", "The flight logbook is not available: FBK|7"},
   };
   for (const auto& f : failures) {
