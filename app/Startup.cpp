@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "app/Configuration.hpp"
 #include "coords/TListaDatums.hpp"
 #include "core/messages.hpp"
 
@@ -24,9 +25,20 @@ std::filesystem::path defaultConfigFile() {
 }
 
 bool startSystem(const StartupOptions& options, std::string& message) {
+  // 1. Configuration. A gps.ini that cannot be read is reported; the defaults carry on and the
+  //    file is left for the user to mend.
+  Configuration& config = configuration();
+  if (options.readConfiguration)
+    config.load(options.configFile.empty() ? defaultConfigFile() : options.configFile, message);
+  else
+    config.detach();
+
+  // 2. The datum table from the data folder.
   const std::filesystem::path dataDir = options.dataDir.empty() ? defaultDataDir() : options.dataDir;
   TListaDatums& table = datumTable();
   if (!table.load(dataDir, message)) return false;
+
+  // 3. The working datum: the one asked for this run, else the configured one.
   if (!options.workingDatum.empty()) {
     const int index = table.findByName(options.workingDatum);
     if (index < 0) {
@@ -34,7 +46,15 @@ bool startSystem(const StartupOptions& options, std::string& message) {
       return false;
     }
     table.setWorkingDatum(index);
+  } else if (const int index = config.workingDatum; index >= 0 && index < table.size()) {
+    table.setWorkingDatum(index);
+  } else {
+    appendMessage(message, "Working datum " + std::to_string(index) + " is not in the datum table; using WGS 84");
+    table.setWorkingDatum(kDatumWgs84);
   }
+
+  // 4. The language file. Without it messages show their numbers; the program still works.
+  config.language.load(dataDir / config.languageFile.get(), message);
   return true;
 }
 

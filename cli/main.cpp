@@ -10,6 +10,9 @@
 // -- coordinates: projections, text and units --
 
 // -- tracks and waypoints --
+#include "cli/ConvertCommand.hpp"
+#include "cli/InfoCommand.hpp"
+#include "cli/PositionCommand.hpp"
 
 // -- photos --
 
@@ -31,6 +34,9 @@ int main(int argc, char** argv) {
   // -- coordinates: projections, text and units --
 
   // -- tracks and waypoints --
+  setupInfo(app, global, result);
+  setupConvert(app, global, result);
+  setupPosition(app, global, result);
 
   // -- photos --
 

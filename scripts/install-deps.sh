@@ -6,15 +6,15 @@ set -euo pipefail
 packages=(
   # build
   cmake g++ ninja-build pkg-config make
-  zlib1g-dev libminizip-dev libpugixml-dev libcli11-dev libinih-dev nlohmann-json3-dev
+  zlib1g-dev libminizip-dev libpugixml-dev libcli11-dev libinih-dev libboost-dev nlohmann-json3-dev
   libusb-1.0-0-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   # fuzzing (libFuzzer ships with clang's runtime)
   clang libclang-rt-14-dev
   # test oracles: tools nobody on this project wrote
   libimage-exiftool-perl exiv2 gpsbabel proj-bin geographiclib-tools gpsd-clients socat imagemagick
-  # benchmarks
-  hyperfine time
+  # benchmarks (PROJ's C API is the peer of the datum shift benchmark)
+  hyperfine time libproj-dev
 )
 
 missing=()

@@ -47,6 +47,12 @@ double normalizeLonDeg(double lon) {
   return l - kDegPerHalfTurn;
 }
 
+// Point times have millisecond resolution at best; rounding removes the day-fraction noise.
+double secondsBetween(DateTimeValue a, DateTimeValue b) {
+  constexpr double kMsPerSecond = 1000.0;
+  return std::round((b - a) * kSecondsPerDay * kMsPerSecond) / kMsPerSecond;
+}
+
 double greatCircleM(const TCoord& a, const TCoord& b) {
   const double phi1 = a.lat * kRadPerDeg, phi2 = b.lat * kRadPerDeg;
   const double dphi = phi2 - phi1, dlam = lonDifferenceDeg(a.lon, b.lon) * kRadPerDeg;
@@ -218,7 +224,7 @@ bool TVolGPS::Recalculate(const TrackSettings& settings, std::string& message) {
       if (previous && !p.segmentStart) {
         const double step = stepDistanceM(previous->position, p.position);
         distance += step;
-        const double dt = (t - previousTime) * kSecondsPerDay;
+        const double dt = secondsBetween(previousTime, t);
         if (t != kNoTime && previousTime != kNoTime && dt > 0.0) {
           const double v = step / dt;
           if (v >= kMovingSpeedMs) {
@@ -239,7 +245,7 @@ bool TVolGPS::Recalculate(const TrackSettings& settings, std::string& message) {
       previousAlt = alt;
     }
     s.distanceM = distance;
-    if (s.hasTimes) s.durationS = (s.end - s.start) * kSecondsPerDay;
+    if (s.hasTimes) s.durationS = secondsBetween(s.start, s.end);
     if (s.durationS > 0.0) s.averageSpeedMs = distance / s.durationS;
     if (s.movingTimeS > 0.0) s.movingSpeedMs = movingDistance / s.movingTimeS;
     summary_ = s;

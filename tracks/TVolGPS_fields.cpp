@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <exception>
 
+#include "app/LanguageFile.hpp"
 #include "core/messages.hpp"
 #include "tracks/TVolGPS.hpp"
 
@@ -57,6 +58,13 @@ std::string number(double value, const char* format) {
   return buffer;
 }
 
+// "#RRGGBB" from the red-low layout.
+std::string colourText(std::uint32_t colour) {
+  char buffer[16];
+  std::snprintf(buffer, sizeof buffer, "#%02X%02X%02X", colour & 0xFFu, (colour >> 8) & 0xFFu, (colour >> 16) & 0xFFu);
+  return buffer;
+}
+
 std::string duration(double seconds) {
   const long long s = static_cast<long long>(seconds + 0.5);
   char buffer[48];
@@ -92,7 +100,7 @@ std::vector<TrackInfoNode> TVolGPS::informationTree() const {
   tree.push_back({"Trk:Points", "Points", 0,
                   {{"Points", std::to_string(pointCount())}, {"Segments", std::to_string(s.segments)}}});
   tree.push_back({"Trk:View", "View", 0,
-                  {{"Colour", number(static_cast<double>(colour), "%06.0f")}, {"Width", std::to_string(width)}}});
+                  {{"Colour", colourText(colour)}, {"Width", std::to_string(width)}}});
   tree.push_back({"Trk:GPS", "GPS", 0,
                   {{"Time offset", hasTimeOffset ? number(timeOffsetS, "%.0f s") : "none"}}});
   tree.push_back({"Trk:Dist", "Distance", 0, {{"Length", number(s.distanceM, "%.1f m")}}});
@@ -112,7 +120,7 @@ std::vector<TrackInfoNode> TVolGPS::informationTree() const {
                       : std::vector<std::pair<std::string, std::string>>{}});
   tree.push_back({"Trk:igc", "IGC", 0, {}});
   tree.push_back({"Trk:energy", "Energy", 0, {}});
-  if (s.hasCadence) tree.push_back({"TrkPnt:velcad", "Speed/Cadence", 291, {}});
+  if (s.hasCadence) tree.push_back({"TrkPnt:velcad", "Speed/Cadence", msg::kSpeedCadenceNode, {}});
   return tree;
 }
 

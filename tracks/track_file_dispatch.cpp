@@ -151,6 +151,19 @@ bool openTrack(const fs::path& file, TVolGPS& track, const TrackFileSettings& se
   return false;
 }
 
+namespace {
+bool isNativeSave(const TVolGPS& track, const std::string& ext) {
+  return equalsIgnoreCase(ext, "TRK") || equalsIgnoreCase(extensionOf(track.fileName), "PLE");
+}
+}  // namespace
+
+fs::path savedTrackFileName(const TVolGPS& track, const fs::path& file) {
+  const std::string ext = extensionOf(file);
+  if (equalsIgnoreCase(ext, "IGC")) return fs::path(file).replace_extension(".IGC");
+  if (isNativeSave(track, ext)) return nativeTrackFileName(file);
+  return file;
+}
+
 bool saveTrack(TVolGPS& track, const fs::path& file, const TrackFileSettings& settings, std::string& message) {
   if (isLogbookTrackName(file.string())) {
     appendMessage(message, "The flight logbook is not available: " + file.string());
@@ -159,10 +172,10 @@ bool saveTrack(TVolGPS& track, const fs::path& file, const TrackFileSettings& se
   const std::string ext = extensionOf(file);
   if (equalsIgnoreCase(ext, "IGC")) {
     if (!saveIgcTrack(track, file, settings, message)) return false;
-    track.fileName = fs::path(file).replace_extension(".IGC").string();
+    track.fileName = savedTrackFileName(track, file).string();
     return true;
   }
-  if (equalsIgnoreCase(ext, "TRK") || equalsIgnoreCase(extensionOf(track.fileName), "PLE")) {
+  if (isNativeSave(track, ext)) {
     if (!writeNativeTrackFile(track, file, settings, message)) return false;
     track.fileName = nativeTrackFileName(file).string();
     return true;

@@ -25,6 +25,9 @@ bool openTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFil
 bool saveTrack(TVolGPS& track, const std::filesystem::path& file, const TrackFileSettings& settings,
                std::string& message);
 
+// The name saveTrack writes for `file` (the IGC and native writers change the extension).
+std::filesystem::path savedTrackFileName(const TVolGPS& track, const std::filesystem::path& file);
+
 // The native reader and writer in the dispatchers' shape.
 bool readNativeTrackFile(const std::filesystem::path& file, TVolGPS& track, const TrackFileSettings& settings,
                          std::string& message);

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <fstream>
 
+#include "app/Configuration.hpp"
 #include "core/SafeFile.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
@@ -17,8 +18,6 @@ constexpr float kLowestWrittenAltitudeM = -1000.0f;  // below it the file says k
 constexpr float kLowestSpeedMs = -1.0f;
 constexpr float kLowestWrittenCadence = -0.5f;
 constexpr std::size_t kReadChunkBytes = 1 << 22;
-// Localized message 51 of the language file, with its default text.
-constexpr std::string_view kCannotCreateMessage = "Cannot create file ";
 
 // Blank-separated fields without allocating; fields past the array are ignored.
 struct Fields {
@@ -235,7 +234,7 @@ bool writeNativeTrack(const TVolGPS& track, const std::filesystem::path& request
   safe.keepBackup = options.keepBackup;
   std::string reason;
   if (!writeFileSafely(name, text, safe, reason)) {
-    appendMessage(message, std::string(kCannotCreateMessage) + name.string());
+    appendMessage(message, configuration().language.format(msg::kErrorCreatingFile, name.string()));
     appendMessage(message, reason);
     return false;
   }
@@ -252,7 +251,7 @@ class NativeTrackParser {
 
   void line(std::string_view l) {
     if (!l.empty() && l.back() == '\r') l.remove_suffix(1);
-    if (l.empty()) return;
+    if (l.empty() || failed_) return;
     const char letter = l[0];
     if (letter == 'T') return point(l);
     if (letter == 'a' || letter == 'A') return linked(l);
@@ -270,8 +269,9 @@ class NativeTrackParser {
     else if (std::string_view("ijkgef").find(letter) != std::string_view::npos)
       track_.headerText(letter) = content(l, 1);
   }
-  void finish() {
+  bool finish() {
     if (aberrant_) appendMessage(message_, kAberrantPointsMessage);
+    return !failed_;
   }
 
  private:
@@ -290,9 +290,11 @@ class NativeTrackParser {
       aberrant_ = true;
     }
   }
+  // Positions in an unknown datum would be misplaced: such a file is refused.
   void datum(std::string_view c) {
     int index = kDatumWgs84;
     if (datumFromFileName(trim(c), index, message_)) file_.datum = index;
+    else failed_ = true;
   }
   void mode(std::string_view c) {
     int m = 0;
@@ -368,6 +370,7 @@ class NativeTrackParser {
   std::string& message_;
   TPuntVol* last_ = nullptr;
   bool aberrant_ = false;
+  bool failed_ = false;
 };
 }  // namespace
 
@@ -379,8 +382,7 @@ bool parseNativeTrack(std::string_view text, TVolGPS& track, FileCoordinates& fi
     if (end == std::string_view::npos) break;
     text.remove_prefix(end + 1);
   }
-  parser.finish();
-  return true;
+  return parser.finish();
 }
 
 bool readNativeTrack(const std::filesystem::path& path, TVolGPS& track, FileCoordinates& file,
@@ -407,7 +409,7 @@ bool readNativeTrack(const std::filesystem::path& path, TVolGPS& track, FileCoor
     return false;
   }
   if (!buffer.empty()) parser.line(buffer);
-  parser.finish();
+  if (!parser.finish()) return false;
   track.fileName = path.string();
   return true;
 }

@@ -4,28 +4,33 @@
 #include <string_view>
 
 #include "core/messages.hpp"
+#include "tracks/TBalizas.hpp"
 #include "tracks/track_formats_foreign.hpp"
 
 namespace pixtrail {
 
 namespace {
 bool unavailable(std::string_view format, std::string& message) {
-  appendMessage(message, std::string(format) + " track files are not available");
+  appendMessage(message, std::string(format) + " files are not available");
   return false;
 }
 }  // namespace
 
 #define PIXTRAIL_UNAVAILABLE_READER(function, format)                                              \
   bool function(const std::filesystem::path&, TVolGPS&, const TrackFileSettings&, std::string& m) { \
-    return unavailable(format, m);                                                                 \
+    return unavailable(format " track", m);                                                               \
   }
 #define PIXTRAIL_UNAVAILABLE_WRITER(function, format)                                                    \
   bool function(const TVolGPS&, const std::filesystem::path&, const TrackFileSettings&, std::string& m) { \
-    return unavailable(format, m);                                                                       \
+    return unavailable(format " track", m);                                                                     \
   }
 
 
-PIXTRAIL_UNAVAILABLE_WRITER(writeVectorTrack, "Vector export of")
+PIXTRAIL_UNAVAILABLE_WRITER(writeVectorTrack, "Vector export")
+
+bool readOziExplorerWaypointLine(std::string_view, TBaliza&, std::string& m) {
+  return unavailable("OziExplorer waypoint", m);
+}
 
 #undef PIXTRAIL_UNAVAILABLE_READER
 #undef PIXTRAIL_UNAVAILABLE_WRITER

@@ -1,0 +1,20 @@
+#include "app/track_settings.hpp"
+
+#include "app/Configuration.hpp"
+#include "core/messages.hpp"
+#include "tracks/track_datum.hpp"
+
+namespace pixtrail {
+
+TrackFileSettings trackFileSettingsFromConfiguration(std::string& message) {
+  const Configuration& c = configuration();
+  TrackFileSettings s;
+  s.track.preferGpsAltitude = c.preferGpsAltitude;
+  s.track.maxGapSeconds = c.maxGapSeconds;
+  s.file.mode = isFileCoordinateMode(c.fileCoordinateMode) ? c.fileCoordinateMode.get() : kFileDegrees;
+  int datum = kDatumWgs84;
+  if (datumFromFileName(c.fileDatum.get(), datum, message)) s.file.datum = datum;
+  return s;
+}
+
+}  // namespace pixtrail

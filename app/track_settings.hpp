@@ -1,0 +1,15 @@
+#pragma once
+// The track, waypoint and route file settings as the configuration holds them.
+
+#include <string>
+
+#include "tracks/TBalizas.hpp"
+#include "tracks/track_formats_foreign.hpp"
+
+namespace pixtrail {
+
+// From the configuration and the datum table (both loaded at start-up). A file datum the table
+// does not know falls back to WGS 84 with a message.
+TrackFileSettings trackFileSettingsFromConfiguration(std::string& message);
+
+}  // namespace pixtrail

@@ -1,0 +1,19 @@
+#pragma once
+// What the track and waypoint commands share: start-up and the settings for track files.
+
+#include <string>
+
+#include "cli/CommandContext.hpp"
+#include "tracks/track_formats_foreign.hpp"
+
+namespace pixtrail::cli {
+
+// Runs the start-up sequence and reads the track settings of the configuration; false with the
+// messages printed on stderr.
+bool startTrackCommand(const GlobalOptions& global, TrackFileSettings& settings);
+
+// Kind of file by extension: waypoint files (WPT), route files (RTE), or tracks.
+enum class DataFileKind { Track, Waypoints, Routes };
+DataFileKind dataFileKind(const std::string& file);
+
+}  // namespace pixtrail::cli

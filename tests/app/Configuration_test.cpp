@@ -1,0 +1,131 @@
+#include "app/Configuration.hpp"
+
+#include <gtest/gtest.h>
+
+#include "app/Startup.hpp"
+#include "coords/TListaDatums.hpp"
+#include "tests/support/test_support.hpp"
+
+namespace pixtrail {
+namespace {
+
+class ConfigFile : public ::testing::Test {
+ protected:
+  test::TempDir dir;
+  std::filesystem::path file = dir / "gps.ini";
+  Configuration config;
+  std::string message;
+  void TearDown() override { config.detach(); }
+};
+
+TEST_F(ConfigFile, MissingFileGivesTheDefaults) {
+  ASSERT_TRUE(config.load(file, message)) << message;
+  const struct {
+    const char* section;
+    const char* key;
+    const char* text;
+  } rows[] = {
+      {"General", "Comm_Timeout_Garmin", "500"}, {"General", "Comm_Fast_Garmin", "1"},
+      {"General", "Comm_Timeout_Chars2", "100"}, {"General", "Comm_NNEA_Timeout", "2000"},
+      {"General", "Fix_Brisko_Bug_114", "1"},    {"General", "Comm_GPS_time_difference", "13"},
+      {"General", "Comm_TimeWait_Galileo", "800"}, {"General", "Comm_Register_All", "0"},
+      {"General", "Shutdown_GPS_at_end", "0"},   {"General", "Last_Autodetect_Protocol", "0"},
+      {"General", "Num_Mensajes_NMEA_Error", "50"}, {"General", "Use_Checksum_NMEA", "1"},
+      {"General", "Comanda_NMEA_MovingMap", ""}, {"General", "Tout_Reabrir_Puerto", "5000"},
+      {"General", "Num_Puerto_Extra", "-1"},     {"General", "total_puertos", "1"},
+      {"General", "Connection", "0"},            {"General", "Activate Broadcast", "0"},
+      {"General", "Id_bluetooth", ""},           {"Balizas", "Radio_Default_Balizas_Ruta", "400"},
+  };
+  for (const auto& r : rows) {
+    const Setting* s = config.find(r.section, r.key);
+    ASSERT_NE(s, nullptr) << r.key;
+    EXPECT_EQ(s->toText(), r.text) << r.key;
+  }
+  EXPECT_FALSE(std::filesystem::exists(file)) << "reading never creates the file";
+}
+
+TEST_F(ConfigFile, ValuesAreReadByTypeAndBadTextKeepsTheDefault) {
+  test::writeFileBytes(file,
+                       "[General]\r\nComm_Timeout_Garmin=750\r\nComm_Fast_Garmin=0\r\n"
+                       "Comm_GPS_time_difference=-2.5\r\nComanda_NMEA_MovingMap=GPRMC\r\n"
+                       "Num_Puerto_Extra=three\r\nUse_Checksum_NMEA=false\r\nActivate Broadcast=7\r\n"
+                       "[Balizas]\r\nRadio_Default_Balizas_Ruta=12.5e1\r\n");
+  ASSERT_TRUE(config.load(file, message)) << message;
+  EXPECT_EQ(config.commTimeoutGarminMs.get(), 750);
+  EXPECT_FALSE(config.commFastGarmin.get());
+  EXPECT_EQ(config.commGpsTimeDifference.get(), -2.5);
+  EXPECT_EQ(config.nmeaMovingMapSentence.get(), "GPRMC");
+  EXPECT_EQ(config.extraPortNumber.get(), -1);  // not a number
+  EXPECT_FALSE(config.useNmeaChecksum.get());
+  EXPECT_TRUE(config.activateBroadcast.get());   // any non-zero integer
+  EXPECT_EQ(config.routeWaypointRadiusM.get(), 125.0);
+}
+
+TEST_F(ConfigFile, AChangeIsWrittenBackKeepingWhatOthersStored) {
+  test::writeFileBytes(file, "[Colores]\r\nTrack=255\r\n[General]\r\nComm_Timeout_Garmin=750\r\n");
+  ASSERT_TRUE(config.load(file, message)) << message;
+  config.commTimeoutGarminMs.set(900);
+  config.nmeaMovingMapSentence.set("GPGGA");
+  EXPECT_TRUE(config.lastWriteError().empty()) << config.lastWriteError();
+
+  const std::string written = test::readFileBytes(file);
+  EXPECT_NE(written.find("Track=255\r\n"), std::string::npos) << written;
+  EXPECT_EQ(written.find("\n\n"), std::string::npos) << "lines end in CR LF";
+
+  Configuration again;
+  ASSERT_TRUE(again.load(file, message)) << message;
+  EXPECT_EQ(again.commTimeoutGarminMs.get(), 900);
+  EXPECT_EQ(again.nmeaMovingMapSentence.get(), "GPGGA");
+  EXPECT_EQ(again.totalPorts.get(), 1);
+  again.detach();
+}
+
+TEST_F(ConfigFile, AFileThatCannotBeParsedIsReportedAndNeverOverwritten) {
+  const std::string broken = "[General]\r\nComm_Timeout_Garmin=750\r\nComm_Timeout_Garmin=800\r\n[Open\r\n";
+  test::writeFileBytes(file, broken);
+  EXPECT_FALSE(config.load(file, message));
+  EXPECT_NE(message.find("Error reading " + file.string()), std::string::npos) << message;
+  EXPECT_EQ(config.commTimeoutGarminMs.get(), 500);
+  config.commTimeoutGarminMs.set(100);
+  EXPECT_EQ(test::readFileBytes(file), broken);
+}
+
+TEST(LanguageFile, MessagesByNumberWithTheirArgument) {
+  LanguageFile language;
+  ASSERT_TRUE(language.loadText("# comment\r\n51=Error creating file %s\r\n\r\nnot a line\r\n291=Speed\r\n"));
+  EXPECT_EQ(language.size(), 2u);
+  EXPECT_EQ(language.format(51, "a.trk"), "Error creating file a.trk");
+  EXPECT_EQ(language.text(291), "Speed");
+  EXPECT_EQ(language.text(7), "[7]");
+}
+
+TEST(Startup, LoadsTheShippedDataAndTheWorkingDatum) {
+  test::TempDir dir;
+  test::writeFileBytes(dir / "gps.ini", "[Coordenadas]\r\nDatum_Trabajo=3\r\n");
+  StartupOptions options;
+  options.configFile = dir / "gps.ini";
+  std::string message;
+  ASSERT_TRUE(startSystem(options, message)) << message;
+  EXPECT_TRUE(message.empty()) << message;
+  EXPECT_EQ(datumTable().workingDatum(), 3);
+  EXPECT_EQ(configuration().language.format(51, "x"), "Error creating file x");
+
+  options.workingDatum = "European 1950";
+  ASSERT_TRUE(startSystem(options, message)) << message;
+  EXPECT_EQ(datumTable().datum(-1).name, "European 1950");
+
+  options.workingDatum = "No Such Datum";
+  EXPECT_FALSE(startSystem(options, message));
+  EXPECT_NE(message.find("Unknown datum: No Such Datum"), std::string::npos);
+
+  options.workingDatum.clear();
+  options.dataDir = dir.path();  // no datumsb.dat there
+  message.clear();
+  EXPECT_FALSE(startSystem(options, message));
+  EXPECT_EQ(message, "Error opening " + (dir / "datumsb.dat").string());
+  configuration().detach();
+  datumTable().setWorkingDatum(0);
+}
+
+}  // namespace
+}  // namespace pixtrail

@@ -1,0 +1,68 @@
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "tests/support/test_support.hpp"
+
+namespace pixtrail {
+namespace {
+
+using test::runPixtrail;
+using test::shellQuote;
+
+std::string walk() { return test::testData("tracks/walk.TRK").string(); }
+
+// Every run with a configuration of its own, so the user's gps.ini plays no part.
+test::CommandOutput run(const std::string& arguments) {
+  const test::TempDir config;
+  return runPixtrail("--config " + shellQuote((config / "gps.ini").string()) + " " + arguments);
+}
+
+TEST(TracksCli, InfoReportsTheRecalculatedTrack) {
+  const auto r = run("info --json " + shellQuote(walk()));
+  ASSERT_EQ(r.status, 0) << r.err;
+  const auto j = nlohmann::json::parse(r.out);
+  EXPECT_EQ(j["points"], 5);
+  EXPECT_EQ(j["segments"], 2) << "the fourth point starts a segment";
+  EXPECT_EQ(j["start"], "2024-05-12T09:00:00");
+  EXPECT_EQ(j["end"], "2024-05-12T09:31:00");
+  EXPECT_NEAR(j["bbox"][0].get<double>(), 40.41, 1e-9);        // 40 24.600' N
+  EXPECT_NEAR(j["bbox"][1].get<double>(), -3.755, 1e-9);       // 003 45.300' W
+  EXPECT_EQ(j["name"], "Casa de Campo loop");
+  EXPECT_EQ(run("info " + shellQuote(walk()) + " /nonexistent/x.trk").status, 1);
+}
+
+TEST(TracksCli, ConvertGoesThroughTheDispatchersAndKeepsBytes) {
+  test::TempDir dir;
+  const std::string once = (dir / "once.trk").string();
+  auto r = run("convert --coords 1 " + shellQuote(walk()) + " " + shellQuote(once));
+  ASSERT_EQ(r.status, 0) << r.err;
+  const std::string written = (dir / "once.TRK").string();
+  EXPECT_EQ(r.out, written + "\n");
+  r = run("convert --coords 1 " + shellQuote(written) + " " + shellQuote((dir / "twice.TRK").string()));
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(test::readFileBytes(written), test::readFileBytes(dir / "twice.TRK"));
+  r = run("convert " + shellQuote(walk()) + " " + shellQuote(written));
+  EXPECT_EQ(r.status, 1) << "an existing file is not overwritten unasked";
+  r = run("convert " + shellQuote(walk()) + " " + shellQuote((dir / "x.csv").string()));
+  EXPECT_EQ(r.status, 2);
+  EXPECT_NE(r.err.find("Unknown file format saving tracks: csv"), std::string::npos) << r.err;
+}
+
+TEST(TracksCli, PositionAtTimes) {
+  const auto r = run("position --json --track " + shellQuote(walk()) +
+                             " 2024-05-12T09:00:30 2024-05-12T07:00:00");
+  ASSERT_EQ(r.status, 0) << r.err;
+  const auto j = nlohmann::json::parse(r.out);
+  ASSERT_EQ(j.size(), 2u);
+  EXPECT_EQ(j[0]["status"], "interpolated");
+  EXPECT_EQ(j[0]["index"], 1);
+  // Half way between 40 24.600' and 40 24.700' N, on 003 45.000' W; altitudes 650 and 655.
+  EXPECT_NEAR(j[0]["lat"].get<double>(), 40.0 + 24.65 / 60, 1e-9);
+  EXPECT_NEAR(j[0]["lon"].get<double>(), -3.75, 1e-9);
+  EXPECT_NEAR(j[0]["alt"].get<double>(), 652.5, 1e-4);
+  EXPECT_EQ(j[1]["status"], "not-covered");
+  EXPECT_TRUE(j[1]["lat"].is_null());
+}
+
+}  // namespace
+}  // namespace pixtrail
