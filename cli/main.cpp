@@ -17,6 +17,7 @@
 // -- photos --
 
 // -- receivers --
+#include "cli/NmeaCommand.hpp"
 
 int main(int argc, char** argv) {
   using namespace pixtrail::cli;
@@ -41,6 +42,7 @@ int main(int argc, char** argv) {
   // -- photos --
 
   // -- receivers --
+  setupNmea(app, global, result);
 
   app.require_subcommand(1);
   try {

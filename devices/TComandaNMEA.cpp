@@ -85,6 +85,10 @@ void TComandaNMEA::splitBody() {
     }
   }
   fields_.push_back({start, size - start});
+  setType();
+}
+
+void TComandaNMEA::setType() {
   // Proprietary identifiers carry NMEA's one-letter talker "P" ("PMGNWPL" is "MGNWPL").
   const Span id = fields_.front();
   const std::uint32_t talkerLength = body_[id.begin] == 'P' ? 1 : 2;
@@ -116,12 +120,25 @@ bool TComandaNMEA_Rx::Parse(std::string_view line, TErrorNMEA& error) {
     }
   }
 
-  // Checked, so the sentence can now be replaced.
+  // Checked, so the sentence can now be replaced. One pass finds the fields and the checksum.
   body_.assign(body);
-  splitBody();
+  fields_.clear();
+  std::uint8_t sum = 0;
+  std::uint32_t start = 0;
+  const auto size = static_cast<std::uint32_t>(body_.size());
+  const char* text = body_.data();
+  for (std::uint32_t i = 0; i < size; ++i) {
+    sum ^= static_cast<std::uint8_t>(text[i]);
+    if (text[i] == ',') {
+      fields_.push_back({start, i - start});
+      start = i + 1;
+    }
+  }
+  fields_.push_back({start, size - start});
+  setType();
   checksumLength_ = static_cast<std::uint8_t>(check.size());
   for (std::size_t i = 0; i < check.size(); ++i) checksumText_[i] = check[i];
-  computedChecksum_ = nmeaChecksum(body);
+  computedChecksum_ = sum;
   checksumCorrect_ = false;
   if (checksumLength_ == 2) {
     const int high = hexDigit(check[0]);

@@ -81,6 +81,7 @@ class TComandaNMEA {
   };
   std::string_view view(Span s) const { return std::string_view(body_).substr(s.begin, s.length); }
   void splitBody();
+  void setType();  // from field 0
 
   std::string body_;
   std::vector<Span> fields_;

@@ -133,8 +133,11 @@ bool TProtocoloNMEA::takeGga(Context& c) {
   TCoord p = fix.position;
   const bool havePosition = s.position(2, p);
   const std::string_view quality = s.field(6);
+  long long sats = -1;
+  const bool haveSats = s.integer(7, sats) && sats >= 0 && sats <= kMaxSatellites;
   fix.time.assign(s.field(1));
-  fix.fixValid = havePosition && !quality.empty() && quality != "0";
+  // A position from no satellites at all (some loggers send quality 1 with "00") is stale.
+  fix.fixValid = havePosition && !quality.empty() && quality != "0" && !(haveSats && sats == 0);
   fix.differential = quality == "2";
   if (havePosition) {
     fix.position.lat = p.lat;
@@ -147,8 +150,7 @@ bool TProtocoloNMEA::takeGga(Context& c) {
       fix.position.alt = kUnknownAltitude;
     }
   }
-  long long sats = 0;
-  fix.satellites = s.integer(7, sats) && sats >= 0 && sats <= kMaxSatellites ? static_cast<std::int32_t>(sats) : -1;
+  fix.satellites = haveSats ? static_cast<std::int32_t>(sats) : -1;
   double hdop = 0.0;
   fix.hdop = s.number(8, hdop) && hdop >= 0.0 ? hdop : 0.0;
   double geoid = 0.0;

@@ -23,7 +23,7 @@
 namespace pixtrail {
 
 // Metres above sea level for a static pressure in hPa: the system's own polynomial fit of the
-// standard atmosphere (kept exactly; within a few metres of the ISA formula from 1050 to 300 hPa),
+// standard atmosphere (kept exactly; within 2 m of the ISA formula from 1050 to 300 hPa),
 // held between -300 and 9999 m.
 double pressureAltitudeM(double pressureHpa);
 

@@ -6,7 +6,7 @@ build=${1:-build-fuzz}
 seconds=${2:-20}
 here=$(cd "$(dirname "$0")/.." && pwd)
 status=0
-for harness in "$build"/fuzz_*; do
+for harness in "$build"/fuzz/fuzz_* "$build"/fuzz_*; do
   [ -x "$harness" ] || continue
   name=$(basename "$harness")
   corpus="$build/corpus/$name"
