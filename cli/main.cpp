@@ -6,6 +6,8 @@
 #include "cli/CommandContext.hpp"
 // Command headers, one group per subsystem.
 // -- coordinates: datum table and shifts --
+#include "cli/CoordShiftCommand.hpp"
+#include "cli/DatumsCommand.hpp"
 
 // -- coordinates: projections, text and units --
 
@@ -31,6 +33,8 @@ int main(int argc, char** argv) {
   coord.require_subcommand(1);
 
   // -- coordinates: datum table and shifts --
+  setupDatums(app, global, result);
+  setupCoordShift(coord, global, result);
 
   // -- coordinates: projections, text and units --
 

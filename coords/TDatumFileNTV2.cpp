@@ -78,6 +78,10 @@ bool TDatumFileNTV2::readBytes(std::size_t offset, std::size_t size, std::string
     out.assign(memory_, offset, size);
     return true;
   }
+  // A header may claim any size; check it against the file before allocating.
+  std::error_code ec;
+  const auto fileSize = std::filesystem::file_size(file_, ec);
+  if (ec || offset > fileSize || fileSize - offset < size) return false;
   std::ifstream in(file_, std::ios::binary);
   if (!in) return false;
   in.seekg(static_cast<std::streamoff>(offset));

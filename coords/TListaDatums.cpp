@@ -1,22 +1,14 @@
-// The datum table: loading and saving its binary files, lookup by name, and the shift between
-// datums.
-// The shift transcribes the standard Molodensky formulas (DMA TR 8350.2, 3rd ed., 1997, eq. 7-5
-// and 7-6) with height h = 0. Departures kept on purpose, because positions stored by earlier
-// versions of the program were computed this way:
-//  - w = 1 - e^2 sin(phi*phi): the sine of phi squared, not the square of sin phi;
-//  - M = a(1 - e^2)/w^1.5 and N = a/sqrt(w) use that same w;
-//  - e^2 and f are the source ellipsoid's; the altitude is left unchanged;
-//  - a latitude or longitude that is not a number fails like w < 0 instead of spreading NaN
-//    (with a real ellipsoid e^2 <= 1 and 0 <= sin(phi*phi) <= 1 up to the pole, so w < 0 itself
-//    cannot happen).
-// Greek letters: phi latitude, lam longitude (radians); N prime-vertical and M meridian radius.
+// The datum table: loading and saving its binary files, lookup by name, and the choice between
+// an NTv2 grid and the Molodensky shift (coords/molodensky_shift.cpp) for a change of datum.
+// A latitude or longitude that is not a number fails like w < 0 instead of spreading NaN (with a
+// real ellipsoid e^2 <= 1 and 0 <= sin(phi*phi) <= 1 up to the pole, so w < 0 itself cannot happen).
 
 #include "coords/TListaDatums.hpp"
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
+#include "coords/molodensky_shift.hpp"
 #include "core/SafeFile.hpp"
 #include "core/byte_order.hpp"
 #include "core/messages.hpp"
@@ -26,11 +18,15 @@ namespace pixtrail {
 
 namespace {
 
-constexpr double kPi = std::numbers::pi;
-constexpr double kHalfTurnDeg = 180.0;
 constexpr double kPoleLimitDeg = 89.9999;       // conversions leave the poles alone
 constexpr double kPointPoleLimitDeg = 89.9;     // point-level changes stop a little earlier
 constexpr std::size_t kInitialCapacity = 120;
+constexpr std::string_view kCarroInfMessage =
+    "Transforma_Grados_Datum: error en carro_inf, Transforma_Grados_Datum";
+
+MolodenskyParams shiftParams(const TDatum& src, const TDatum& dst) {
+  return molodenskyParams(src.a, src.f, src.dX, src.dY, src.dZ, dst.a, dst.f, dst.dX, dst.dY, dst.dZ);
+}
 
 struct Alias {
   std::string_view from, to;
@@ -126,7 +122,7 @@ TDatum& TDatum::operator=(const TDatum& other) {
 }
 
 void TDatum::Calcula() {
-  const double f = 1.0 / inverseFlattening;
+  f = 1.0 / inverseFlattening;
   if (!(f >= 0)) fatalError("Error de sqrt en TDatum::Calcula()");
   e = std::sqrt(2 * f - f * f);
   e2 = e * e;
@@ -337,33 +333,10 @@ bool TListaDatums::Transforma_Grados_Datum(TCoord& position, int fromIndex, int 
   if (src.grid && to == kDatumWgs84 && src.grid->applyForward(position)) return true;
   if (dst.grid && from == kDatumWgs84 && dst.grid->applyReverse(position)) return true;
 
-  const double phi = position.lat * kPi * (1 / kHalfTurnDeg);
-  const double lam = position.lon * kPi * (1 / kHalfTurnDeg);
-  const double a = src.a;
-  const double f = 1 / src.inverseFlattening;
-  const double e2 = 2 * f - f * f;
-  const double da = dst.a - src.a;
-  const double df = 1 / dst.inverseFlattening - f;
-  const double dx = src.dX - dst.dX;
-  const double dy = src.dY - dst.dY;
-  const double dz = src.dZ - dst.dZ;
-  const double sinPhi = std::sin(phi), cosPhi = std::cos(phi);
-  const double sinLam = std::sin(lam), cosLam = std::cos(lam);
-  const double w = 1 - e2 * std::sin(phi * phi);
-  if (!(w >= 0) || !std::isfinite(lam)) {
-    appendMessage(message, "Transforma_Grados_Datum: error en carro_inf, Transforma_Grados_Datum");
+  if (!molodenskyShift(shiftParams(src, dst), position)) {
+    appendMessage(message, kCarroInfMessage);
     return false;
   }
-  const double sqrtW = std::sqrt(w);
-  const double n = a / sqrtW;
-  const double m = a * (1 - e2) / (w * sqrtW);
-  const double dPhi = (-dx * sinPhi * cosLam - dy * sinPhi * sinLam + dz * cosPhi +
-                       da * (n * e2 * sinPhi * cosPhi) / a +
-                       df * (m / (1 - f) + n * (1 - f)) * sinPhi * cosPhi) /
-                      m;
-  const double dLam = (-dx * sinLam + dy * cosLam) / (n * cosPhi);
-  position.lat = (phi + dPhi) * kHalfTurnDeg * (1 / kPi);
-  position.lon = (lam + dLam) * kHalfTurnDeg * (1 / kPi);
   return true;
 }
 
@@ -372,6 +345,53 @@ void TListaDatums::changePointDatum(TCoord& position, int fromIndex, int toIndex
   TCoord shifted = position;
   std::string ignored;
   if (Transforma_Grados_Datum(shifted, fromIndex, toIndex, ignored)) position = shifted;
+}
+
+int TListaDatums::shiftMany(std::span<TCoord> positions, int fromIndex, int toIndex, double poleLimitDeg,
+                            std::string& message) const {
+  const int from = resolve(fromIndex);
+  const int to = resolve(toIndex);
+  if (from == to) return 0;
+  const TDatum& src = rows_[static_cast<std::size_t>(from)];
+  const TDatum& dst = rows_[static_cast<std::size_t>(to)];
+  int failed = 0;
+  std::string each;  // the same text for every failure; it is given once
+  const auto one = [&](TCoord& p) {
+    if (std::fabs(p.lat) > poleLimitDeg) return;
+    if (!Transforma_Grados_Datum(p, from, to, each)) ++failed;
+  };
+  if ((src.grid && to == kDatumWgs84) || (dst.grid && from == kDatumWgs84)) {
+    // A grid decides point by point whether it applies.
+    for (TCoord& p : positions) one(p);
+  } else {
+    // Runs of ordinary points go through the many-at-once kernel; the rest one by one.
+    const MolodenskyParams params = shiftParams(src, dst);
+    const auto plain = [&](const TCoord& p) {
+      return std::isfinite(p.lon) && std::isfinite(p.lat) && std::fabs(p.lat) <= poleLimitDeg;
+    };
+    for (std::size_t i = 0; i < positions.size();) {
+      std::size_t end = i;
+      while (end < positions.size() && plain(positions[end])) ++end;
+      if (end > i) {
+        failed += molodenskyShiftMany(params, positions.subspan(i, end - i));
+        i = end;
+      } else {
+        one(positions[i++]);
+      }
+    }
+  }
+  if (failed > 0) appendMessage(message, kCarroInfMessage);
+  return failed;
+}
+
+int TListaDatums::Transforma_Grados_Datum(std::span<TCoord> positions, int fromIndex, int toIndex,
+                                          std::string& message) const {
+  return shiftMany(positions, fromIndex, toIndex, kPoleLimitDeg, message);
+}
+
+void TListaDatums::changePointsDatum(std::span<TCoord> positions, int fromIndex, int toIndex) const {
+  std::string ignored;
+  shiftMany(positions, fromIndex, toIndex, kPointPoleLimitDeg, ignored);
 }
 
 TListaDatums& datumTable() {

@@ -2,13 +2,15 @@
 // The datum table: one row per geodetic datum, each with its own ellipsoid and its geocentric
 // shift to WGS 84 (row 0, the hub of every shift), optionally an NTv2 grid to WGS 84.
 // Method: the standard Molodensky shift (DMA TR 8350.2, 3rd ed., 1997, section 7) with height 0,
-// carrying the table's own w = 1 - e^2 sin(phi*phi) term on purpose; NTv2 grids where attached.
+// carrying the table's own w = 1 - e^2 sin(phi*phi) term on purpose (coords/molodensky_shift.hpp);
+// NTv2 grids where attached.
 // Accuracy: the shift equals an independent evaluation of that formula to 1e-9 degrees
 // (tests/coords/TListaDatums_test.cpp).
 
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,11 +31,11 @@ class TDatum {
   double inverseFlattening = 298.257223563;
   double a = 6378137.0;
   double dX = 0, dY = 0, dZ = 0;
-  // Derived by Calcula().
-  double e = 0, e2 = 0, ep2 = 0, b = 0, c = 0, e1 = 0;
+  // Derived by Calcula(); f = 1 / inverseFlattening.
+  double e = 0, e2 = 0, ep2 = 0, b = 0, c = 0, e1 = 0, f = 0;
   std::unique_ptr<TDatumFileNTV2> grid;
 
-  TDatum() = default;
+  TDatum() { Calcula(); }
   // A copy takes the names, the five numbers and the device number; never the grid.
   TDatum(const TDatum& other);
   TDatum& operator=(const TDatum& other);
@@ -43,7 +45,6 @@ class TDatum {
   // Derives e, e2, ep2, b, c, e1 and the alternative name list. A negative (or NaN) flattening
   // stops the program.
   void Calcula();
-  double flattening() const { return 1.0 / inverseFlattening; }
 };
 
 class TListaDatums {
@@ -84,6 +85,12 @@ class TListaDatums {
   // keeps the point as it was when the shift fails.
   void changePointDatum(TCoord& position, int fromIndex, int toIndex) const;
 
+  // The same two operations over many positions at once (a whole track): each position ends as
+  // the one-position call leaves it, to 1e-12 degrees. Returns the number that failed; one
+  // message is appended however many fail.
+  int Transforma_Grados_Datum(std::span<TCoord> positions, int fromIndex, int toIndex, std::string& message) const;
+  void changePointsDatum(std::span<TCoord> positions, int fromIndex, int toIndex) const;
+
   // A new user row: a copy of row 0 under `name`, appended after every other row. Returns its index.
   int addDatum(std::string_view name);
   // Removes a row; later rows move down. Row 0 (the hub of every shift) cannot be removed.
@@ -110,6 +117,8 @@ class TListaDatums {
   bool maintenance_ = false;
 
   void attachGrids(std::string& message);
+  int shiftMany(std::span<TCoord> positions, int fromIndex, int toIndex, double poleLimitDeg,
+                std::string& message) const;
 };
 
 // The one program-wide datum table.

@@ -2,4 +2,5 @@
 # `make run`: the main job on the bundled samples.
 set -euo pipefail
 build=${1:-build}
-"$build/pixtrail" --help
+here=$(cd "$(dirname "$0")/.." && pwd)
+"$here/scripts/datum-samples.sh" "$build"

@@ -71,6 +71,40 @@ TEST_F(ShippedDatums, ShiftMatchesTheWrittenFormulaOverASpreadOfPointsAndDatums)
   EXPECT_GT(checked, 200);
 }
 
+TEST_F(ShippedDatums, ManyPositionsAtOnceEndAsOneAtATime) {
+  std::vector<TCoord> points;
+  for (int i = 0; i < 103; ++i)  // not a multiple of four: the tail takes the one-at-a-time path
+    points.push_back({-179.0 + 3.47 * i, -89.0 + 1.73 * i, static_cast<float>(i)});
+  points[5].lat = 89.95;          // shifted by the table, left alone by the point-level change
+  points[9].lat = 89.99995;       // above every limit
+  points[40].lon = std::nan("");  // fails, and only it
+  for (const auto& [from, to] : {std::pair{index("European 1950"), 0}, std::pair{0, index("Tokyo")}}) {
+    std::vector<TCoord> many = points;
+    std::string message;
+    EXPECT_EQ(table.Transforma_Grados_Datum(std::span<TCoord>(many), from, to, message), 1);
+    EXPECT_EQ(message, "Transforma_Grados_Datum: error en carro_inf, Transforma_Grados_Datum");
+    std::vector<TCoord> pointLevel = points;
+    table.changePointsDatum(pointLevel, from, to);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+      TCoord one = points[i], onePoint = points[i];
+      std::string ignored;
+      table.Transforma_Grados_Datum(one, from, to, ignored);
+      table.changePointDatum(onePoint, from, to);
+      if (i == 40 || i == 9) {
+        EXPECT_EQ(std::memcmp(&many[i], &points[i], sizeof(TCoord)), 0) << i;
+        continue;
+      }
+      EXPECT_NEAR(many[i].lat, one.lat, 1e-12) << i;
+      EXPECT_NEAR(many[i].lon, one.lon, 1e-12) << i;
+      EXPECT_NEAR(pointLevel[i].lat, onePoint.lat, 1e-12) << i;
+      EXPECT_NEAR(pointLevel[i].lon, onePoint.lon, 1e-12) << i;
+      EXPECT_EQ(many[i].alt, points[i].alt);
+    }
+    EXPECT_EQ(pointLevel[5].lat, 89.95);
+    EXPECT_NE(many[5].lat, 89.95);
+  }
+}
+
 TEST_F(ShippedDatums, RowZeroIsWgs84AndCommonSpellingsFindIt) {
   const TDatum& wgs = table.datum(0);
   EXPECT_EQ(wgs.name, "WGS 84");

@@ -1,0 +1,81 @@
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "core/text.hpp"
+#include "tests/support/test_support.hpp"
+
+namespace pixtrail {
+namespace {
+
+class DatumCommands : public ::testing::Test {
+ protected:
+  test::TempDir dir;
+  // A private gps.ini, so that the user's own settings never reach the test.
+  test::CommandOutput run(const std::string& args, const std::string& stdinText = "") {
+    return test::runPixtrail("--config " + test::shellQuote((dir / "gps.ini").string()) + " " + args, stdinText);
+  }
+};
+
+TEST_F(DatumCommands, ShiftPrintsTheContractsFormatAndLeavesTheSameDatumAlone) {
+  auto r = run("coord shift --from 'European 1950' --to ed50 40.4 -3.7 650");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "40.400000000 -3.700000000 650.0000\n");
+
+  r = run("coord shift --from 'European 1950' --to 'WGS 84' 40.4 -3.7");
+  ASSERT_EQ(r.status, 0) << r.err;
+  const auto f = splitOnBlanks(r.out);
+  ASSERT_EQ(f.size(), 2u) << r.out;
+  // ED50 lies about 120 m north-east of WGS 84 in Spain.
+  EXPECT_NEAR(*parseDouble(f[0]), 40.3988, 2e-4);
+  EXPECT_NEAR(*parseDouble(f[1]), -3.7012, 2e-4);
+}
+
+TEST_F(DatumCommands, BatchKeepsOneLinePerInputAndReportsFailures) {
+  const auto r = run("coord shift --batch --from WGS84 --to WGS-84", "40 -3\nnonsense line\n\n91 0\n1 2 3\n");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.out,
+            "40.000000000 -3.000000000\n"
+            "error: Not a number in: nonsense line\n"
+            "error: Expected LAT LON [ALT]\n"
+            "error: Position out of range\n"
+            "1.000000000 2.000000000 3.0000\n");
+}
+
+TEST_F(DatumCommands, UsageErrorsExitWithTwo) {
+  const struct {
+    const char* args;
+    const char* err;
+  } rows[] = {
+      {"coord shift --from Nowhere --to 'WGS 84' 1 2", "Unknown datum: Nowhere"},
+      {"coord shift --from 'WGS 84' --to 'WGS 84' 1", "Expected LAT LON [ALT]"},
+      {"coord shift --from 'WGS 84' --to 'WGS 84' north east", "Not a number in: north east"},
+      {"coord shift --batch --from 'WGS 84' --to 'WGS 84' 1 2", "--batch takes no position"},
+      {"--datadir /nonexistent-folder datums", "Error opening /nonexistent-folder/datumsb.dat"},
+  };
+  for (const auto& row : rows) {
+    const auto r = run(row.args);
+    EXPECT_EQ(r.status, 2) << row.args;
+    EXPECT_NE(r.err.find(row.err), std::string::npos) << row.args << ": " << r.err;
+  }
+}
+
+TEST_F(DatumCommands, DatumsListsTheTableAsJson) {
+  const auto r = run("datums --json");
+  ASSERT_EQ(r.status, 0) << r.err;
+  const auto rows = nlohmann::json::parse(r.out);
+  ASSERT_GE(rows.size(), 120u);
+  EXPECT_EQ(rows[0]["name"], "WGS 84");
+  EXPECT_EQ(rows[0]["a"], 6378137.0);
+  EXPECT_TRUE(rows[0]["grid"].is_null());
+  for (const auto& row : rows)
+    for (const char* key : {"index", "name", "a", "invf", "dx", "dy", "dz", "device_number", "alt_names", "ecw_name", "grid"})
+      ASSERT_TRUE(row.contains(key)) << key;
+
+  const auto text = run("datums");
+  EXPECT_EQ(text.status, 0);
+  EXPECT_NE(text.out.find("Ord Srvy Grt Britn"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace pixtrail
