@@ -9,6 +9,7 @@
 
 #include "core/SafeFile.hpp"
 #include "core/messages.hpp"
+#include "core/text.hpp"
 #include "tracks/track_datum.hpp"
 #include "tracks/track_format_common.hpp"
 #include "tracks/xml_element_stream.hpp"
@@ -108,11 +109,19 @@ class GpxTrackHandler : public XmlElementHandler {
   void containerStart(std::string_view name) override {
     if (name == "trk" || name == "trkseg") newTrackSegment_ = true;
     if (name == "rte") newRouteSegment_ = true;
+    if (name == "trk") inTrack_ = true;
+    if (name == "trkseg") inSegment_ = true;
   }
-  void containerEnd(std::string_view) override {}
+  void containerEnd(std::string_view name) override {
+    if (name == "trk") inTrack_ = false;
+    if (name == "trkseg") inSegment_ = false;
+  }
 
   void element(const pugi::xml_node& node, int) override {
     const std::string_view name = localName(node.name());
+    // The first track's name names the track; the system keeps 8-bit text.
+    if (name == "name" && inTrack_ && !inSegment_ && trackName.empty())
+      trackName = utf8ToLatin1(node.child_value());
     const bool isTrackPoint = name == "trkpt";
     if (name == "wpt") ++stats.waypoints;
     if (!isTrackPoint && name != "rtept") return;
@@ -148,6 +157,10 @@ class GpxTrackHandler : public XmlElementHandler {
   VectorP<TPuntVol> routePoints_;
   bool newTrackSegment_ = true;
   bool newRouteSegment_ = true;
+  bool inTrack_ = false, inSegment_ = false;
+
+ public:
+  std::string trackName;
 };
 
 }  // namespace
@@ -168,6 +181,7 @@ bool readGpxTrackStream(std::FILE* file, const std::string& fileName, TVolGPS& t
     return false;
   }
   track.points = std::move(loaded.points);
+  if (!handler.trackName.empty()) track.headerText('P') = handler.trackName;
   return true;
 }
 
@@ -248,6 +262,7 @@ std::string gpxTrackText(const TVolGPS& track) {
   gpx.append_attribute("xmlns") = kGpxNamespace;
   gpx.append_attribute("xmlns:gpxtpx") = kTrackPointExtension;
   pugi::xml_node trk = gpx.append_child("trk");
+  if (!track.headerText('P').empty()) addText(trk, "name", latin1ToUtf8(track.headerText('P')));
   pugi::xml_node seg;
   for (std::size_t i = 0; i < track.pointCount(); ++i) {
     const TPuntVol& p = track.point(i);

@@ -4,7 +4,6 @@
 #include <string_view>
 
 #include "core/messages.hpp"
-#include "tracks/TBalizas.hpp"
 #include "tracks/track_formats_foreign.hpp"
 
 namespace pixtrail {
@@ -27,10 +26,6 @@ bool unavailable(std::string_view format, std::string& message) {
 
 
 PIXTRAIL_UNAVAILABLE_WRITER(writeVectorTrack, "Vector export")
-
-bool readOziExplorerWaypointLine(std::string_view, TBaliza&, std::string& m) {
-  return unavailable("OziExplorer waypoint", m);
-}
 
 #undef PIXTRAIL_UNAVAILABLE_READER
 #undef PIXTRAIL_UNAVAILABLE_WRITER

@@ -185,6 +185,7 @@ TEST(GpxWrite, RoundTripKeepsEverythingThePointHolds) {
     p->fixType = static_cast<std::int8_t>(i == 0 ? 2 : 3);
     track.appendPoint(std::move(p));
   }
+  track.headerText('P') = "Caf\xE9 <run> & more";  // Latin-1 in memory, escaped UTF-8 in the file
   test::TempDir dir;
   const std::string file = (dir / "round.gpx").string();
   std::string message;
@@ -192,6 +193,7 @@ TEST(GpxWrite, RoundTripKeepsEverythingThePointHolds) {
   TVolGPS back;
   ASSERT_TRUE(openTrack(file, back, {}, message)) << message;
   ASSERT_EQ(back.pointCount(), 3u);
+  EXPECT_EQ(back.headerText('P'), track.headerText('P'));
   for (std::size_t i = 0; i < 3; ++i) {
     const TPuntVol& a = track.point(i);
     const TPuntVol& b = back.point(i);
