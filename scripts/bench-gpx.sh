@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# Reading a GPX of a million points (about 100 MB): pixtrail's reader against gpsbabel's GPX parse
+# (`-x nuketypes,tracks` drops the points after reading, so nothing is written), with `cat` and
+# `grep -c '<trkpt'` as floors, all in the same run. Each command runs RUNS times; medians of
+# wall time and of peak memory (maximum resident set size) are shown, with points per second.
+# Usage: scripts/bench-gpx.sh [BUILD_DIR] [RUNS] [POINTS]
+set -euo pipefail
+build=${1:-build}
+runs=${2:-5}
+points=${3:-1000000}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+gpx="$work/big.gpx"
+"$build/bench/gpx_read_bench" --write-gpx "$points" "$gpx"
+echo "file: $points points, $(du -m "$gpx" | cut -f1) MB"
+
+declare -A commands=(
+  [cat]="cat $gpx"
+  [grep]="grep -c <trkpt $gpx"
+  [gpsbabel]="gpsbabel -i gpx -f $gpx -x nuketypes,tracks -o gpx -F /dev/null"
+  [pixtrail]="$build/bench/gpx_read_bench --read-once $gpx"
+)
+order=(cat grep gpsbabel pixtrail)
+for name in "${order[@]}"; do : > "$work/$name.times"; done
+# Interleaved rounds, so that load on the machine falls on every command alike.
+for ((r = 0; r < runs; r++)); do
+  for name in "${order[@]}"; do
+    /usr/bin/time -f "%e %M" -o "$work/one" ${commands[$name]} > /dev/null
+    cat "$work/one" >> "$work/$name.times"
+  done
+done
+median() { sort -n | awk '{v[NR] = $1} END {print (NR % 2) ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2}'; }
+printf "%-9s %10s %14s %12s\n" command "median s" "points/s" "peak MB"
+for name in "${order[@]}"; do
+  s=$(cut -d' ' -f1 "$work/$name.times" | median)
+  kb=$(cut -d' ' -f2 "$work/$name.times" | median)
+  echo "$name $s $kb" >> "$work/medians"
+  awk -v n="$name" -v s="$s" -v kb="$kb" -v p="$points" \
+    'BEGIN { printf "%-9s %10.3f %14.0f %12.1f\n", n, s, (s > 0 ? p / s : 0), kb / 1024 }'
+done
+awk '{ s[$1] = $2; m[$1] = $3 } END {
+  printf "pixtrail vs gpsbabel: %.1fx the points per second, %.2f of the peak memory\n",
+         s["gpsbabel"] / s["pixtrail"], m["pixtrail"] / m["gpsbabel"] }' "$work/medians"
