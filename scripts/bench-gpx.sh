@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Reading a GPX of a million points (about 100 MB): pixtrail's reader against gpsbabel's GPX parse
 # (`-x nuketypes,tracks` drops the points after reading, so nothing is written), with `cat` and
-# `grep -c '<trkpt'` as floors, all in the same run. Each command runs RUNS times; medians of
-# wall time and of peak memory (maximum resident set size) are shown, with points per second.
+# `grep -c '<trkpt'` as floors, all in the same run. Each command runs RUNS times, interleaved;
+# medians of wall time, of CPU time (user + system, which a busy machine disturbs less) and of
+# peak memory (maximum resident set size) are shown, with points per second.
 # Usage: scripts/bench-gpx.sh [BUILD_DIR] [RUNS] [POINTS]
 set -euo pipefail
 build=${1:-build}
@@ -25,19 +26,20 @@ for name in "${order[@]}"; do : > "$work/$name.times"; done
 # Interleaved rounds, so that load on the machine falls on every command alike.
 for ((r = 0; r < runs; r++)); do
   for name in "${order[@]}"; do
-    /usr/bin/time -f "%e %M" -o "$work/one" ${commands[$name]} > /dev/null
+    /usr/bin/time -f "%e %U %S %M" -o "$work/one" ${commands[$name]} > /dev/null
     cat "$work/one" >> "$work/$name.times"
   done
 done
 median() { sort -n | awk '{v[NR] = $1} END {print (NR % 2) ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2}'; }
-printf "%-9s %10s %14s %12s\n" command "median s" "points/s" "peak MB"
+printf "%-9s %9s %12s %9s %12s %9s\n" command "wall s" "points/s" "CPU s" "points/CPU s" "peak MB"
 for name in "${order[@]}"; do
   s=$(cut -d' ' -f1 "$work/$name.times" | median)
-  kb=$(cut -d' ' -f2 "$work/$name.times" | median)
-  echo "$name $s $kb" >> "$work/medians"
-  awk -v n="$name" -v s="$s" -v kb="$kb" -v p="$points" \
-    'BEGIN { printf "%-9s %10.3f %14.0f %12.1f\n", n, s, (s > 0 ? p / s : 0), kb / 1024 }'
+  cpu=$(awk '{print $2 + $3}' "$work/$name.times" | median)
+  kb=$(cut -d' ' -f4 "$work/$name.times" | median)
+  echo "$name $s $cpu $kb" >> "$work/medians"
+  awk -v n="$name" -v s="$s" -v c="$cpu" -v kb="$kb" -v p="$points" 'BEGIN {
+    printf "%-9s %9.3f %12.0f %9.3f %12.0f %9.1f\n", n, s, (s > 0 ? p / s : 0), c, (c > 0 ? p / c : 0), kb / 1024 }'
 done
-awk '{ s[$1] = $2; m[$1] = $3 } END {
-  printf "pixtrail vs gpsbabel: %.1fx the points per second, %.2f of the peak memory\n",
-         s["gpsbabel"] / s["pixtrail"], m["pixtrail"] / m["gpsbabel"] }' "$work/medians"
+awk '{ s[$1] = $2; c[$1] = $3; m[$1] = $4 } END {
+  printf "pixtrail vs gpsbabel: %.1fx the points per wall second, %.1fx per CPU second, %.2f of the peak memory\n",
+         s["gpsbabel"] / s["pixtrail"], c["gpsbabel"] / c["pixtrail"], m["pixtrail"] / m["gpsbabel"] }' "$work/medians"

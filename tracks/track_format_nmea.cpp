@@ -191,7 +191,7 @@ bool readNmeaLogText(std::string_view text, const std::string& fileName, const N
 
 bool looksLikeMagellanLog(std::string_view text) { return text.find("$PMGNTRK") != std::string_view::npos; }
 
-bool readMagellanLogText(std::string_view text, const std::string& fileName, TVolGPS& track,
+bool readMagellanLogText(std::string_view text, const std::string&, TVolGPS& track,
                          std::string& message) {
   TVolGPS loaded;
   TComandaNMEA_Rx sentence;
@@ -223,7 +223,6 @@ bool readMagellanLogText(std::string_view text, const std::string& fileName, TVo
     return false;
   }
   track.points = std::move(loaded.points);
-  (void)fileName;
   return true;
 }
 
@@ -258,14 +257,14 @@ std::string magellanLogText(const TVolGPS& track) {
   return out + "$PMGNCMD,END*3D\r\n";
 }
 
-bool readNmeaTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFileSettings&,
+bool readNmeaTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFileSettings& settings,
                    std::string& message) {
   std::string text;
   if (!readWholeFile(file, text, message)) return false;
-  return readNmeaLogText(text, file.string(), NmeaLogOptions{}, track, message);
+  return readNmeaLogText(text, file.string(), NmeaLogOptions{settings.logDate}, track, message);
 }
 
-bool readMagellanTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFileSettings&,
+bool readMagellanTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFileSettings& settings,
                        std::string& message) {
   std::string text;
   if (!readWholeFile(file, text, message)) return false;
@@ -273,7 +272,7 @@ bool readMagellanTrack(const std::filesystem::path& file, TVolGPS& track, const 
   if (!looksLikeMagellanLog(text) &&
       (text.find("$GPRMC") != std::string::npos || text.find("$GPGGA") != std::string::npos ||
        text.find("$GNRMC") != std::string::npos || text.find("$GNGGA") != std::string::npos))
-    return readNmeaLogText(text, file.string(), NmeaLogOptions{}, track, message);
+    return readNmeaLogText(text, file.string(), NmeaLogOptions{settings.logDate}, track, message);
   return readMagellanLogText(text, file.string(), track, message);
 }
 

@@ -183,8 +183,31 @@ class Reader {
     return !name.empty();
   }
 
-  bool isContainer(const std::string& qname) {
-    return options_.isContainer && options_.isContainer(localName(qname.c_str()));
+  bool isContainer(const std::string& qname) { return isContainerName(qname); }
+  bool isContainerName(std::string_view qname) const {
+    const std::size_t colon = qname.rfind(':');
+    return options_.isContainer &&
+           options_.isContainer(colon == std::string_view::npos ? qname : qname.substr(colon + 1));
+  }
+
+  // The '>' ending the tag that starts at p (quotes respected), or end. Most tags hold no quote
+  // before their '>', which memchr finds at once.
+  static const char* tagClose(const char* p, const char* end) {
+    const auto* gt = static_cast<const char*>(std::memchr(p, '>', static_cast<std::size_t>(end - p)));
+    if (!gt) return end;
+    const std::size_t span = static_cast<std::size_t>(gt - p);
+    if (!std::memchr(p, '"', span) && !std::memchr(p, '\'', span)) return gt;
+    char quote = 0;
+    for (const char* q = p + 1; q < end; ++q) {
+      if (quote) {
+        if (*q == quote) quote = 0;
+      } else if (*q == '"' || *q == '\'') {
+        quote = *q;
+      } else if (*q == '>') {
+        return q;
+      }
+    }
+    return end;
   }
 
   bool endTag() {
@@ -241,21 +264,12 @@ class Reader {
         const char* e = n;
         while (e < end && !endsName(*e)) ++e;
         if (e == end) break;
-        if (c == '/' || isContainer(std::string(n, e))) {
+        if (c == '/' || isContainerName(std::string_view(n, static_cast<std::size_t>(e - n)))) {
           hitContainer = true;
           break;
         }
       }
-      char quote = 0;
-      for (close = p + 1; close < end; ++close) {
-        if (quote) {
-          if (*close == quote) quote = 0;
-        } else if (*close == '"' || *close == '\'') {
-          quote = *close;
-        } else if (*close == '>') {
-          break;
-        }
-      }
+      close = tagClose(p, end);
       if (close == end) break;
       if (c == '/') --depth;
       else if (close[-1] != '/') ++depth;

@@ -17,11 +17,11 @@ TEST(NmeaOracle, LoggerFilesAgreeWithGpsbabel) {
 
   // A GGA-only log dated by the user, across midnight.
   const auto gga = test::testData("formats/track_adddate.nmea");
-  NmeaLogOptions options;
-  options.date = DateTimeRecord{1, 1, 2010, 0, 0, 0};
+  TrackFileSettings settings;
+  settings.logDate = DateTimeRecord{1, 1, 2010, 0, 0, 0};
   TVolGPS dated;
   message.clear();
-  ASSERT_TRUE(readNmeaLogText(test::readFileBytes(gga), "gga", options, dated, message)) << message;
+  ASSERT_TRUE(openTrack(gga, dated, settings, message)) << message;
   test::expectSamePoints(dated, test::gpsbabelRead("nmea,date=20100101", gga), 0.001, "GGA only");
 }
 
