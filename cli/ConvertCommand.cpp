@@ -23,7 +23,7 @@ void setupConvert(CLI::App& parent, const GlobalOptions& global, CommandResult& 
   CLI::App* cmd = parent.add_subcommand("convert", "Open a track, waypoint or route file and save it in another format");
   cmd->add_option("--coords", options->coordinateMode,
                   "Coordinate mode of written files: 0 degrees, 1 degrees and minutes, 2 degrees minutes "
-                  "seconds, 3 grads from Paris, 4 signed degrees")
+                  "seconds, 3 grads from Paris, 4 signed degrees, 5 UTM")
       ->option_text("MODE")
       ->check(CLI::Range(0, kFileCoordinateModeCount - 1));
   cmd->add_option("--file-datum", options->fileDatum, "Datum of the written file's coordinates")->option_text("NAME");

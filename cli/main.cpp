@@ -10,6 +10,11 @@
 #include "cli/DatumsCommand.hpp"
 
 // -- coordinates: projections, text and units --
+#include "cli/CoordFormatCommand.hpp"
+#include "cli/CoordGridCommand.hpp"
+#include "cli/CoordParseCommand.hpp"
+#include "cli/CoordProjectCommand.hpp"
+#include "cli/CoordUnprojectCommand.hpp"
 
 // -- tracks and waypoints --
 #include "cli/ConvertCommand.hpp"
@@ -38,6 +43,11 @@ int main(int argc, char** argv) {
   setupCoordShift(coord, global, result);
 
   // -- coordinates: projections, text and units --
+  setupCoordProject(coord, global, result);
+  setupCoordUnproject(coord, global, result);
+  setupCoordFormat(coord, global, result);
+  setupCoordParse(coord, global, result);
+  setupCoordGrid(coord, global, result);
 
   // -- tracks and waypoints --
   setupInfo(app, global, result);

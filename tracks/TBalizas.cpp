@@ -26,18 +26,23 @@ constexpr std::array<std::string_view, 2> kOziVersions = {"1.1", "1.0"};
 constexpr std::size_t kOziHeaderLines = 4;  // version, datum, two reserved lines
 
 // Blank- and tab-separated fields; the last one keeps the rest of the line.
+// A stray carriage return counts as a blank: it cannot be written back inside a line.
+bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+
 std::vector<std::string_view> splitWaypointFields(std::string_view line) {
   std::vector<std::string_view> fields;
   std::size_t i = 0;
   while (i < line.size()) {
-    while (i < line.size() && (line[i] == ' ' || line[i] == '\t')) ++i;
+    while (i < line.size() && isBlank(line[i])) ++i;
     if (i == line.size()) break;
     if (fields.size() + 1 == kMaxWaypointFields) {
-      fields.push_back(trim(line.substr(i)));
+      std::string_view rest = line.substr(i);
+      while (!rest.empty() && isBlank(rest.back())) rest.remove_suffix(1);
+      fields.push_back(rest);
       break;
     }
     const std::size_t start = i;
-    while (i < line.size() && line[i] != ' ' && line[i] != '\t') ++i;
+    while (i < line.size() && !isBlank(line[i])) ++i;
     fields.push_back(line.substr(start, i - start));
   }
   return fields;

@@ -12,12 +12,13 @@ namespace {
 constexpr std::string_view kWgs84Name = "WGS 84";
 constexpr int kRefinements = 3;  // each gains about four digits
 
-bool tableLoaded() { return datumTable().size() > 0; }
-int workingDatumIndex() { return tableLoaded() ? datumTable().workingDatum() : kDatumWgs84; }
+int workingDatumIndex() { return datumTableLoaded() ? datumTable().workingDatum() : kDatumWgs84; }
 }  // namespace
 
+bool datumTableLoaded() { return datumTable().size() > 0; }
+
 bool datumNameForFile(int index, std::string& name, std::string& message) {
-  if (!tableLoaded()) {
+  if (!datumTableLoaded()) {
     if (index != kDatumWgs84 && index != kWorkingDatum) {
       appendMessage(message, "Unknown datum index " + std::to_string(index));
       return false;
@@ -35,7 +36,7 @@ bool datumNameForFile(int index, std::string& name, std::string& message) {
 
 bool datumFromFileName(std::string_view name, int& index, std::string& message) {
   const std::string_view n = trim(name);
-  const int found = tableLoaded() ? datumTable().findByName(n)
+  const int found = datumTableLoaded() ? datumTable().findByName(n)
                                   : (equalsIgnoreCase(n, kWgs84Name) ? kDatumWgs84 : -1);
   if (found < 0) {
     appendMessage(message, "Unknown datum: " + std::string(n));

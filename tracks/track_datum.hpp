@@ -9,6 +9,8 @@
 
 namespace pixtrail {
 
+// False before the datum table is loaded (only WGS 84 files can be read and written then).
+bool datumTableLoaded();
 // The name a file gives for datum `index` (kWorkingDatum allowed).
 bool datumNameForFile(int index, std::string& name, std::string& message);
 // The datum a file names; false with a message when no datum of the table has that name.

@@ -164,6 +164,25 @@ fs::path savedTrackFileName(const TVolGPS& track, const fs::path& file) {
   return file;
 }
 
+bool exportSegment(const TVolGPS& track, std::size_t k, const TrackFileSettings& settings, fs::path& written,
+                   std::string& message) {
+  const std::unique_ptr<TVolGPS> segment = track.segmentAsTrack(k);
+  if (!segment) {
+    appendMessage(message, "No segment " + std::to_string(k + 1) + " in " + track.fileName);
+    return false;
+  }
+  std::error_code ec;
+  if (fs::exists(segment->fileName, ec)) {
+    appendMessage(message, "File already exists: " + segment->fileName);
+    return false;
+  }
+  std::string ignored;
+  segment->Recalculate(settings.track, ignored);
+  if (!writeNativeTrackFile(*segment, segment->fileName, settings, message)) return false;
+  written = segment->fileName;
+  return true;
+}
+
 bool saveTrack(TVolGPS& track, const fs::path& file, const TrackFileSettings& settings, std::string& message) {
   if (isLogbookTrackName(file.string())) {
     appendMessage(message, "The flight logbook is not available: " + file.string());

@@ -25,6 +25,11 @@ bool openTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFil
 bool saveTrack(TVolGPS& track, const std::filesystem::path& file, const TrackFileSettings& settings,
                std::string& message);
 
+// Saves segment k of `track` as a native track of its own named after the track plus
+// "_subtrack.TRK"; an existing file of that name is not replaced. `written` receives the name.
+bool exportSegment(const TVolGPS& track, std::size_t k, const TrackFileSettings& settings,
+                   std::filesystem::path& written, std::string& message);
+
 // The name saveTrack writes for `file` (the IGC and native writers change the extension).
 std::filesystem::path savedTrackFileName(const TVolGPS& track, const std::filesystem::path& file);
 

@@ -19,17 +19,22 @@ constexpr float kLowestSpeedMs = -1.0f;
 constexpr float kLowestWrittenCadence = -0.5f;
 constexpr std::size_t kReadChunkBytes = 1 << 22;
 
-// Blank-separated fields without allocating; fields past the array are ignored.
+// Blank-separated fields without allocating. Only fields 0 to 19 mean something; the count still
+// stops at kMaxPointFields like the reader's split.
+constexpr std::size_t kMeaningfulPointFields = 20;
 struct Fields {
-  std::array<std::string_view, kMaxPointFields> items;
+  std::array<std::string_view, kMeaningfulPointFields> items;
   std::size_t count = 0;
   explicit Fields(std::string_view line) {
     std::size_t i = 0;
-    while (i < line.size() && count < items.size()) {
-      while (i < line.size() && (line[i] == ' ' || line[i] == '\t')) ++i;
+    const std::size_t n = line.size();
+    while (i < n && count < kMaxPointFields) {
+      while (i < n && (line[i] == ' ' || line[i] == '\t')) ++i;
       const std::size_t start = i;
-      while (i < line.size() && line[i] != ' ' && line[i] != '\t') ++i;
-      if (i > start) items[count++] = line.substr(start, i - start);
+      while (i < n && line[i] != ' ' && line[i] != '\t') ++i;
+      if (i == start) continue;
+      if (count < items.size()) items[count] = line.substr(start, i - start);
+      ++count;
     }
   }
 };

@@ -1,10 +1,13 @@
 #include "tracks/track_text.hpp"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cctype>
 #include <cstdio>
 
+#include "coords/TProyeccionUTM.hpp"
 #include "coords/coordinate_text.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
@@ -26,7 +29,28 @@ void appendTwoDigits(int value, std::string& out) {
   out += static_cast<char>('0' + v % 10);
 }
 
+std::string angleField(bool isLatitude, double valueDeg, int mode);
+constexpr int kDecimalDegreeDigits = 7;
+
+// Seven decimals by the shortest exact route; the same digits as the coordinate text's "%.7f".
+void appendFixed7(double value, std::string& out) {
+  char buffer[64];
+  const auto r = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, kDecimalDegreeDigits);
+  out.append(buffer, r.ptr);
+}
+
 // One angle as a field: the parts with their marks and the hemisphere letter, no blanks.
+void appendAngleField(bool isLatitude, double valueDeg, int mode, std::string& out) {
+  if (mode == kFileSignedDegrees) return appendFixed7(valueDeg, out);
+  if (mode == kFileDegrees) {
+    appendFixed7(std::abs(valueDeg), out);
+    out += kDegreeMark;
+    out += hemisphereLetter(isLatitude, valueDeg);
+    return;
+  }
+  out += angleField(isLatitude, valueDeg, mode);
+}
+
 std::string angleField(bool isLatitude, double valueDeg, int mode) {
   const AngleText parts = angleToText(isLatitude, valueDeg, mode);
   if (mode == kFileSignedDegrees) return parts.degrees;
@@ -72,7 +96,47 @@ bool readAngle(std::string_view text, bool isLatitude, int mode, double& value) 
 }
 }  // namespace
 
-bool isFileCoordinateMode(int mode) { return mode >= kFileDegrees && mode <= kFileSignedDegrees; }
+bool isFileCoordinateMode(int mode) { return mode >= kFileDegrees && mode <= kFileUtm; }
+
+namespace {
+// UTM: "30T 440298 4474257", zone and band in one field, whole metres. The projection needs the
+// datum table, so without one the mode is refused.
+bool appendUtmFields(const TCoord& position, const FileCoordinates& file, std::string& out, std::string& message) {
+  if (!datumTableLoaded()) {
+    appendMessage(message, "UTM coordinates need the datum table");
+    return false;
+  }
+  GridCoord grid;
+  if (!geographicToUtm(position, kWorkingDatum, file.datum, grid, message)) return false;
+  char buffer[64];
+  std::snprintf(buffer, sizeof buffer, "%02d%c %.0f %.0f", grid.zone, grid.band, std::round(grid.x), std::round(grid.y));
+  out += buffer;
+  return true;
+}
+
+bool readUtmFields(std::string_view zone, std::string_view easting, std::string_view northing,
+                   const FileCoordinates& file, TCoord& position) {
+  if (!datumTableLoaded() || zone.size() < 2) return false;
+  const auto number = parseInteger(zone.substr(0, zone.size() - 1));
+  const char band = static_cast<char>(std::toupper(static_cast<unsigned char>(zone.back())));
+  const auto x = parseDouble(easting), y = parseDouble(northing);
+  constexpr int kZones = 60;
+  if (!number || *number < 1 || *number > kZones || band < 'C' || band > 'X' || !x || !y) return false;
+  GridCoord grid;
+  grid.x = *x;
+  grid.y = *y;
+  grid.zone = static_cast<int>(*number);
+  grid.band = band;
+  TCoord geo;
+  std::string ignored;
+  if (!utmToGeographic(grid, file.datum, kWorkingDatum, geo, ignored) || !std::isfinite(geo.lat) ||
+      !std::isfinite(geo.lon))
+    return false;
+  position.lat = geo.lat;
+  position.lon = geo.lon;
+  return true;
+}
+}  // namespace
 
 bool appendPositionFields(const TCoord& position, const FileCoordinates& file, std::string& out,
                           std::string& message) {
@@ -80,12 +144,13 @@ bool appendPositionFields(const TCoord& position, const FileCoordinates& file, s
     appendMessage(message, "Unknown coordinate mode in file: " + std::to_string(file.mode));
     return false;
   }
+  if (file.mode == kFileUtm) return appendUtmFields(position, file, out, message);
   const TCoord inFile = toFileDatum(position, file.datum);
   out += kNoZone;
   out += ' ';
-  out += angleField(true, inFile.lat, file.mode);
+  appendAngleField(true, inFile.lat, file.mode, out);
   out += ' ';
-  out += angleField(false, inFile.lon, file.mode);
+  appendAngleField(false, inFile.lon, file.mode, out);
   return true;
 }
 
@@ -93,6 +158,7 @@ bool readPositionFields(std::string_view zone, std::string_view first, std::stri
                         const FileCoordinates& file, TCoord& position, std::string& message) {
   (void)message;  // a position that does not read rejects its line without a message of its own
   if (!isFileCoordinateMode(file.mode) || zone.empty()) return false;
+  if (file.mode == kFileUtm) return readUtmFields(zone, first, second, file, position);
   double lat = 0.0, lon = 0.0;
   if (!readAngle(first, true, file.mode, lat) || !readAngle(second, false, file.mode, lon))
     return false;
@@ -111,7 +177,8 @@ void appendPointDate(const TPuntTiempo& time, std::string& out) {
 }
 
 void appendPointTime(const TPuntTiempo& time, std::string& out) {
-  appendTwoDigits(time.hour, out);
+  if (time.hour < 0) out += '-';  // the reader's negated hours
+  appendTwoDigits(time.hour < 0 ? -time.hour : time.hour, out);
   out += ':';
   appendTwoDigits(time.minute, out);
   out += ':';
@@ -123,11 +190,10 @@ bool parsePointDate(std::string_view text, TPuntTiempo& time) {
   const auto day = parseInteger(text.substr(0, 2));
   const auto year = parseInteger(text.substr(7));
   if (!day || !year || *day < 0 || *year < 0 || *year > 9999) return false;
-  const std::string_view monthName = text.substr(3, 3);
-  int month = -1;
-  for (std::size_t m = 0; m < kMonths.size(); ++m)
-    if (equalsIgnoreCase(monthName, kMonths[m])) month = static_cast<int>(m);
-  if (month < 0) return false;
+  const std::string monthName = toUpperAscii(text.substr(3, 3));
+  const auto found = std::find(kMonths.begin(), kMonths.end(), monthName);
+  if (found == kMonths.end()) return false;
+  const int month = static_cast<int>(found - kMonths.begin());
   int fullYear = static_cast<int>(*year);
   if (*day >= 1 && month >= 1 && fullYear < 100) fullYear += fullYear < kCenturyPivot ? 2000 : 1900;
   time.day = static_cast<int>(*day);
@@ -142,11 +208,13 @@ bool parsePointTime(std::string_view text, TPuntTiempo& time) {
     negative = true;
     text.remove_prefix(1);
   }
-  const auto parts = splitFields(text, ':');
-  if (parts.size() < 3) return false;
-  const auto h = parseInteger(parts[0]);
-  const auto m = parseInteger(parts[1]);
-  const auto s = parseDouble(parts[2]);
+  const std::size_t c1 = text.find(':');
+  const std::size_t c2 = c1 == std::string_view::npos ? c1 : text.find(':', c1 + 1);
+  if (c2 == std::string_view::npos) return false;
+  const std::size_t c3 = text.find(':', c2 + 1);  // parts after the third are ignored
+  const auto h = parseInteger(text.substr(0, c1));
+  const auto m = parseInteger(text.substr(c1 + 1, c2 - c1 - 1));
+  const auto s = parseDouble(text.substr(c2 + 1, c3 == std::string_view::npos ? c3 : c3 - c2 - 1));
   if (!h || !m || !s || *h >= 24 || *h < 0 || *m >= 60 || *m < 0 || !(*s < 60.0) || *s < 0.0) return false;
   time.hour = static_cast<int>(negative ? -*h : *h);
   time.minute = static_cast<int>(*m);
@@ -183,7 +251,10 @@ bool parseTimeOffset(std::string_view text, double& seconds) {
   }
   const auto hv = parseInteger(h), mv = parseInteger(m);
   const auto sv = parseDouble(s);
-  if (!hv || !mv || !sv || *hv < 0 || *mv < 0 || *sv < 0 || *hv > 1000000) return false;
+  // Bounds keep the offset a whole number of seconds that prints back the same way.
+  constexpr long long kMaxPart = 1000000;
+  if (!hv || !mv || !sv || *hv < 0 || *mv < 0 || !(*sv >= 0) || *hv > kMaxPart || *mv > kMaxPart || *sv > kMaxPart)
+    return false;
   seconds = sign * (static_cast<double>(*hv) * kSecondsPerHour + static_cast<double>(*mv) * kSecondsPerMinute + *sv);
   return true;
 }

@@ -13,7 +13,8 @@ namespace pixtrail {
 
 // Coordinate modes of the "U" line: modes 0 to 4 are the angle formats of the coordinate texts
 // (decimal degrees, degrees and minutes, degrees minutes seconds, grads from Paris, signed
-// degrees) with "-" in the first field; mode 5 is UTM, "ZZB EEEEEE NNNNNNN" in whole metres.
+// degrees) with "-" in the first field; mode 5 is UTM, "30T 440298 4474257": zone and band, easting
+// and northing in whole metres.
 enum FileCoordinateMode : int {
   kFileDegrees = 0,
   kFileDegreesMinutes = 1,

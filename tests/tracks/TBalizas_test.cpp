@@ -150,6 +150,8 @@ TEST(WaypointFile, OziExplorerHeadersAndUnknownDatum) {
       {"OziExplorer Waypoint File Version 1.0\r\nWGS 84\r\nReserved 2\r\ngarmin\r\n  1,A,1,2\r\n", true, ""},
       {"OziExplorer Waypoint File Version 1.0\r\nWGS 84\r\nReserved 2\r\ngarmin\r\n  1,A,north,2\r\n", false,
        "Error in OziExplorer waypoint format"},
+      {"OziExplorer Waypoint File Version 1.0\r\nWGS 84\r\nReserved 2\r\ngarmin\r\ngarbage\r\n", false,
+       "Error in OziExplorer waypoint format"},  // its line layout is read by the OziExplorer reader
       {"G  No Such Datum\r\nU  0\r\n", false, "Unknown datum: No Such Datum"},
   };
   for (const auto& r : rows) {

@@ -37,6 +37,7 @@ TEST(TrackDispatch, SaveChoosesByExtensionInTableOrder) {
       {"a.TRK", "out.csv", false, "", "Unknown file format saving tracks: csv", "CSV opens but never saves"},
       {"a.TRK", "out.xyz", false, "", "Unknown file format saving tracks: xyz", "unknown"},
       {"a.TRK", "out.fpt", false, "", "FPT track files cannot be read or written: the program's packed track format is not documented", "undocumented own format"},
+      {"a.TRK", "out.dxf", false, "", "Vector export track files are not available", "a slot with no writer"},
       {"a.TRK", "MDB:42", false, "", "The flight logbook is not available: MDB:42", "logbook name"},
   };
   for (const auto& r : rows) {
@@ -78,6 +79,7 @@ TEST(TrackDispatch, OpenChoosesByExtensionAndRecalculates) {
       {"walk.abc", "Unknown file format opening track: abc"},
       {"walk", "Unknown file format opening track: "},
       {"walk.cmp", "CMP track files cannot be read or written: the program's compact track format is not documented"},
+      {"walk.dxf", "Unknown file format opening track: dxf"},  // DXF is an export only
       {"FBK|7", "The flight logbook is not available: FBK|7"},
   };
   for (const auto& f : failures) {
@@ -92,6 +94,45 @@ TEST(TrackDispatch, OpenChoosesByExtensionAndRecalculates) {
   test::writeFileBytes(dir / "bad.igz", "not a zip archive");
   EXPECT_FALSE(openTrack(dir / "bad.igz", none, settings, m));
   EXPECT_EQ(m, "Error unziping file in IGZ");
+}
+
+TEST(TrackDispatch, IgcSaveNeverLeavesAHalfWrittenLog) {
+  test::TempDir dir;
+  test::writeFileBytes(dir / "flight.IGC", "old log");
+  TVolGPS t = smallTrack("flight.TRK");
+  t.backupOnIgcSave = true;
+  std::string message;
+  const bool ok = saveTrack(t, dir / "flight.igc", TrackFileSettings{}, message);
+  EXPECT_FALSE(std::filesystem::exists(dir / "flight.IGC.tmp")) << "the temporary log is gone either way";
+  if (ok) {
+    EXPECT_EQ(test::readFileBytes(dir / "flight.bak"), "old log");
+    EXPECT_NE(test::readFileBytes(dir / "flight.IGC"), "old log");
+    EXPECT_EQ(t.fileName, (dir / "flight.IGC").string());
+  } else {
+    EXPECT_EQ(test::readFileBytes(dir / "flight.IGC"), "old log") << message;
+    EXPECT_FALSE(std::filesystem::exists(dir / "flight.bak"));
+  }
+}
+
+}  // namespace
+}  // namespace pixtrail
+
+namespace pixtrail {
+namespace {
+
+TEST(TrackDispatch, SegmentExportIsANativeTrackBesideTheOriginal) {
+  test::TempDir dir;
+  TVolGPS t = smallTrack((dir / "ride.gpx").string());
+  t.point(2).segmentStart = 1;
+  std::filesystem::path written;
+  std::string message;
+  ASSERT_TRUE(exportSegment(t, 1, TrackFileSettings{}, written, message)) << message;
+  EXPECT_EQ(written, dir / "ride_subtrack.TRK");
+  TVolGPS back;
+  ASSERT_TRUE(openTrack(written, back, TrackFileSettings{}, message)) << message;
+  EXPECT_EQ(back.pointCount(), 1u);
+  EXPECT_FALSE(exportSegment(t, 0, TrackFileSettings{}, written, message)) << "never replaces a file";
+  EXPECT_FALSE(exportSegment(t, 2, TrackFileSettings{}, written, message)) << "only two segments";
 }
 
 }  // namespace

@@ -5,12 +5,23 @@
 #include <cmath>
 
 #include "app/Configuration.hpp"
+#include "coords/TListaDatums.hpp"
+#include "coords/coordinate_text.hpp"
+#include "tests/support/datum_fixture.hpp"
 #include "tests/support/test_support.hpp"
 
 namespace pixtrail {
 namespace {
 
 const FileCoordinates kDegrees{kDatumWgs84, kFileDegrees};
+
+struct Fields3 {
+  std::string a, b, c;
+};
+Fields3 split3(const std::string& text) {
+  const std::size_t p = text.find(' '), q = text.find(' ', p + 1);
+  return {text.substr(0, p), text.substr(p + 1, q - p - 1), text.substr(q + 1)};
+}
 
 TEST(NativePointLine, ReadsFieldsDefaultsAndLimits) {
   const struct {
@@ -262,6 +273,101 @@ TEST(NativeTrackFile, ExtensionRulesAndSafeReplacement) {
   EXPECT_FALSE(writeNativeTrack(other, dir / "walk.TRK", options, written, message));
   EXPECT_EQ(message.substr(0, message.find('\n')), "Error creating file " + (dir / "walk.TRK").string());
   EXPECT_EQ(test::readFileBytes(dir / "walk.TRK"), "old content");
+}
+
+}  // namespace
+}  // namespace pixtrail
+
+namespace pixtrail {
+namespace {
+
+// The decimal modes are written without the general angle text; their digits must stay its digits.
+TEST(NativeCoordinateFields, DecimalModesWriteTheCoordinateTextDigits) {
+  const double values[] = {0.0, -0.0, 1e-8, -0.00000005, 0.00000015, 40.41677654321, -3.70379125,
+                           89.99999995, -179.99999996, 123.456789049999};
+  for (const double v : values) {
+    for (const int mode : {kFileDegrees, kFileSignedDegrees}) {
+      const double lat = std::max(-90.0, std::min(90.0, v));
+      std::string out, message;
+      ASSERT_TRUE(appendPositionFields(TCoord{v, lat, 0}, FileCoordinates{kDatumWgs84, mode}, out, message));
+      const AngleText la = angleToText(true, lat, mode), lo = angleToText(false, v, mode);
+      const std::string expected =
+          mode == kFileSignedDegrees
+              ? "- " + la.degrees + " " + lo.degrees
+              : "- " + la.degrees + "\xBA" + hemisphereLetter(true, lat) + " " + lo.degrees + "\xBA" +
+                    hemisphereLetter(false, v);
+      EXPECT_EQ(out, expected) << v << " mode " << mode;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace pixtrail
+
+namespace pixtrail {
+namespace {
+
+// Expected grids from GeographicLib's GeoConvert -u -p 0; bands from the 8-degree band table.
+TEST(NativeCoordinateFields, UtmModeMatchesGeoConvertAndReadsBackToTheMetre) {
+  ASSERT_NO_FATAL_FAILURE(test::loadShippedDatums());
+  const struct { double lat, lon; const char* fields; } rows[] = {
+      {40.4168, -3.7038, "30T 440290 4474257"},   {-33.8688, 151.2093, "56H 334369 6250948"},
+      {64.1466, -21.9426, "27W 454138 7113690"},  {-54.8019, -68.3030, "19F 544805 3927030"},
+      {0.0001, 0.0001, "31N 166033 11"},
+  };
+  const FileCoordinates utm{kDatumWgs84, kFileUtm};
+  for (const auto& r : rows) {
+    std::string out, message;
+    ASSERT_TRUE(appendPositionFields(TCoord{r.lon, r.lat, 0}, utm, out, message)) << message;
+    EXPECT_EQ(out, r.fields);
+    const Fields3 f = split3(out);
+    TCoord back;
+    ASSERT_TRUE(readPositionFields(f.a, f.b, f.c, utm, back, message)) << out;
+    EXPECT_NEAR(back.lat, r.lat, 1e-5) << out;   // 1 m is 9e-6 degree of latitude
+    EXPECT_NEAR(back.lon, r.lon, 1.2e-5 / std::cos(r.lat * M_PI / 180)) << out;
+    std::string again;
+    ASSERT_TRUE(appendPositionFields(back, utm, again, message));
+    EXPECT_EQ(again, out) << "whole metres write back as they were read";
+  }
+  TCoord untouched{1, 2, 3};
+  std::string message;
+  EXPECT_FALSE(readPositionFields("30", "440290", "4474257", utm, untouched, message)) << "no band";
+  EXPECT_FALSE(readPositionFields("61T", "440290", "4474257", utm, untouched, message)) << "zone 61";
+  EXPECT_EQ(untouched, (TCoord{1, 2, 3}));
+}
+
+}  // namespace
+}  // namespace pixtrail
+
+namespace pixtrail {
+namespace {
+
+TEST(NativeTrackFile, AnotherFileDatumReadsBackAndWritesTheSameBytes) {
+  ASSERT_NO_FATAL_FAILURE(test::loadShippedDatums());
+  const int ed50 = datumTable().findByName("ED50");
+  ASSERT_GT(ed50, 0);
+  const TVolGPS original = fullTrack();
+  // Each mode's resolution: 1e-7 degree, 0.1 second of arc, 1 metre.
+  const struct { int mode; double tolerance; } modes[] = {
+      {kFileDegrees, 1e-7}, {kFileDegreesMinutesSeconds, 0.05 / 3600 * 1.01}, {kFileUtm, 1.5e-5}};
+  for (const auto [mode, tolerance] : modes) {
+    NativeTrackWriteOptions options;
+    options.file = {ed50, mode};
+    std::string first, second, message;
+    ASSERT_TRUE(formatNativeTrack(original, options, first, message)) << message;
+    EXPECT_EQ(first.substr(0, 19), "G  European 1950\r\nU");
+    TVolGPS back;
+    FileCoordinates file;
+    ASSERT_TRUE(parseNativeTrack(first, back, file, message)) << message;
+    EXPECT_EQ(file.datum, ed50);
+    EXPECT_EQ(file.mode, mode);
+    for (std::size_t i = 0; i < back.pointCount(); ++i) {
+      EXPECT_NEAR(back.point(i).position.lat, original.point(i).position.lat, tolerance);
+      EXPECT_NEAR(back.point(i).position.lon, original.point(i).position.lon, tolerance);
+    }
+    ASSERT_TRUE(formatNativeTrack(back, options, second, message));
+    EXPECT_EQ(first, second) << "mode " << mode;
+  }
 }
 
 }  // namespace

@@ -1,0 +1,42 @@
+#include "app/track_settings.hpp"
+
+#include <gtest/gtest.h>
+
+#include "app/Configuration.hpp"
+#include "coords/TListaDatums.hpp"
+#include "tests/support/datum_fixture.hpp"
+
+namespace pixtrail {
+namespace {
+
+TEST(TrackSettingsFromConfiguration, TakesEachSettingAndRefusesUnknownValues) {
+  ASSERT_NO_FATAL_FAILURE(test::loadShippedDatums());
+  Configuration& c = configuration();
+  c.detach();
+  std::string message;
+  TrackFileSettings s = trackFileSettingsFromConfiguration(message);
+  EXPECT_TRUE(s.track.preferGpsAltitude);
+  EXPECT_EQ(s.track.maxGapSeconds, 1800.0);
+  EXPECT_EQ(s.file.datum, kDatumWgs84);
+  EXPECT_EQ(s.file.mode, kFileDegrees);
+  c.preferGpsAltitude.set(false);
+  c.maxGapSeconds.set(600.0);
+  c.fileCoordinateMode.set(kFileUtm);
+  c.fileDatum.set("ED50");
+  s = trackFileSettingsFromConfiguration(message);
+  EXPECT_FALSE(s.track.preferGpsAltitude);
+  EXPECT_EQ(s.track.maxGapSeconds, 600.0);
+  EXPECT_EQ(s.file.mode, kFileUtm);
+  EXPECT_EQ(s.file.datum, datumTable().findByName("European 1950"));
+  EXPECT_TRUE(message.empty());
+  c.fileCoordinateMode.set(42);
+  c.fileDatum.set("Atlantis 1900");
+  s = trackFileSettingsFromConfiguration(message);
+  EXPECT_EQ(s.file.mode, kFileDegrees) << "an unknown mode falls back to degrees";
+  EXPECT_EQ(s.file.datum, kDatumWgs84);
+  EXPECT_EQ(message, "Unknown datum: Atlantis 1900");
+  c.detach();
+}
+
+}  // namespace
+}  // namespace pixtrail
