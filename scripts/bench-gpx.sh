@@ -26,7 +26,8 @@ for name in "${order[@]}"; do : > "$work/$name.times"; done
 # Interleaved rounds, so that load on the machine falls on every command alike.
 for ((r = 0; r < runs; r++)); do
   for name in "${order[@]}"; do
-    /usr/bin/time -f "%e %U %S %M" -o "$work/one" ${commands[$name]} > /dev/null
+    # Output to a file: GNU grep stops at the first match when it writes to /dev/null.
+    /usr/bin/time -f "%e %U %S %M" -o "$work/one" ${commands[$name]} > "$work/out"
     cat "$work/one" >> "$work/$name.times"
   done
 done
