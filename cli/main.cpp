@@ -19,6 +19,7 @@
 // -- tracks and waypoints --
 #include "cli/ConvertCommand.hpp"
 #include "cli/InfoCommand.hpp"
+#include "cli/KmlCommand.hpp"
 #include "cli/PositionCommand.hpp"
 
 // -- photos --
@@ -52,6 +53,7 @@ int main(int argc, char** argv) {
   setupInfo(app, global, result);
   setupConvert(app, global, result);
   setupPosition(app, global, result);
+  setupKml(app, global, result);
 
   // -- photos --
 

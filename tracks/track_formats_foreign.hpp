@@ -5,8 +5,10 @@
 // and its definition leaves track_formats_unavailable.cpp.
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
+#include "core/DateTimeRecord.hpp"
 #include "tracks/TVolGPS.hpp"
 #include "tracks/track_text.hpp"
 
@@ -18,6 +20,8 @@ struct TrackFileSettings {
   FileCoordinates file;
   TrackSettings track;
   bool keepBackup = false;  // keep a replaced file as NAME.bak
+  // The date of logs whose records carry only times of day (NMEA logs of GGA sentences alone).
+  std::optional<DateTimeRecord> logDate;
 };
 
 using TrackReader = bool (*)(const std::filesystem::path& file, TVolGPS& track,

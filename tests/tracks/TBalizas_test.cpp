@@ -147,6 +147,9 @@ TEST(WaypointFile, OziExplorerHeadersAndUnknownDatum) {
       {"OziExplorer Waypoint File Version 1.2\r\nWGS 84\r\nReserved 2\r\n\r\n", false,
        "Unknown OziExplorer waypoint format"},
       {"OziExplorer Waypoint File Version 1.1\r\nWGS 84\r\nReserved 2\r\ngarmin\r\n", true, ""},
+      {"OziExplorer Waypoint File Version 1.0\r\nWGS 84\r\nReserved 2\r\ngarmin\r\n  1,A,1,2\r\n", true, ""},
+      {"OziExplorer Waypoint File Version 1.0\r\nWGS 84\r\nReserved 2\r\ngarmin\r\n  1,A,north,2\r\n", false,
+       "Error in OziExplorer waypoint format"},
       {"OziExplorer Waypoint File Version 1.0\r\nWGS 84\r\nReserved 2\r\ngarmin\r\ngarbage\r\n", false,
        "Error in OziExplorer waypoint format"},  // its line layout is read by the OziExplorer reader
       {"G  No Such Datum\r\nU  0\r\n", false, "Unknown datum: No Such Datum"},
