@@ -1,0 +1,229 @@
+// NTv2 grid reader and interpolation.
+// Source: "NTv2 National Transformation Version 2, Developer's Guide", Geodetic Survey Division,
+// Natural Resources Canada (1992). Records are 16 bytes: an 8-character keyword and an 8-byte
+// value (int32 in its first four bytes, a double, or eight characters).
+// Departures kept on purpose:
+//  - the GS_TYPE text is kept but the unit factor is always seconds (3600 per degree);
+//  - the first sub-grid in file order that contains the point is used, not the most nested one;
+//  - a point in the last row or column of a sub-grid counts as outside (no cell to interpolate).
+// Byte order: files are little-endian; a big-endian file is recognised by its NUM_OREC value.
+
+#include "coords/TDatumFileNTV2.hpp"
+
+#include <cmath>
+#include <fstream>
+#include <limits>
+
+#include "core/byte_order.hpp"
+#include "core/messages.hpp"
+#include "core/text.hpp"
+
+namespace pixtrail {
+
+namespace {
+
+constexpr std::size_t kRecordSize = 16;
+constexpr std::size_t kNodeSize = 16;
+constexpr double kSecondsPerDegree = 3600.0;
+// Overview and sub-grid headers have 11 records; anything beyond a few hundred is not NTv2.
+constexpr std::int32_t kMaxHeaderRecords = 1000;
+// More nodes than this would not fit any real grid and guards against absurd allocations.
+constexpr std::int64_t kMaxNodes = 50'000'000;
+
+std::string_view keywordOf(const std::string& record) { return std::string_view(record).substr(0, 8); }
+
+std::string textValue(const std::string& record) {
+  return std::string(trim(std::string_view(record).substr(8, 8)));
+}
+
+}  // namespace
+
+bool TDatumSubRejilla::containsSeconds(double latSec, double lonWestSec) const {
+  return latSec >= sLat && latSec <= nLat && lonWestSec >= eLong && lonWestSec <= wLong;
+}
+
+bool TDatumSubRejilla::shiftAt(double latSec, double lonWestSec, double& dLatSec,
+                               double& dLonWestSec) const {
+  const double rowF = (latSec - sLat) / latInc;
+  const double colF = (lonWestSec - eLong) / longInc;
+  if (!(rowF >= 0) || !(colF >= 0)) return false;
+  const auto row = static_cast<long long>(rowF);
+  const auto col = static_cast<long long>(colF);
+  if (row + 1 >= rows || col + 1 >= columns) return false;
+  const double x = colF - static_cast<double>(col);
+  const double y = rowF - static_cast<double>(row);
+  const auto node = [&](long long r, long long c) { return static_cast<std::size_t>((r * columns + c) * 4); };
+  const std::size_t n00 = node(row, col), n01 = node(row, col + 1);
+  const std::size_t n10 = node(row + 1, col), n11 = node(row + 1, col + 1);
+  for (int k = 0; k < 2; ++k) {
+    const double v00 = nodes[n00 + k], v01 = nodes[n01 + k], v10 = nodes[n10 + k], v11 = nodes[n11 + k];
+    const double v = v00 + (v01 - v00) * x + (v10 - v00) * y + (v00 - v01 - v10 + v11) * x * y;
+    (k == 0 ? dLatSec : dLonWestSec) = v;
+  }
+  return true;
+}
+
+TDatumFileNTV2::TDatumFileNTV2(std::filesystem::path file) : file_(std::move(file)) {}
+
+std::unique_ptr<TDatumFileNTV2> TDatumFileNTV2::fromBytes(std::string bytes, std::string name) {
+  auto grid = std::make_unique<TDatumFileNTV2>(std::filesystem::path(std::move(name)));
+  grid->inMemory_ = true;
+  grid->memory_ = std::move(bytes);
+  return grid;
+}
+
+bool TDatumFileNTV2::readBytes(std::size_t offset, std::size_t size, std::string& out) const {
+  if (inMemory_) {
+    if (offset > memory_.size() || memory_.size() - offset < size) return false;
+    out.assign(memory_, offset, size);
+    return true;
+  }
+  std::ifstream in(file_, std::ios::binary);
+  if (!in) return false;
+  in.seekg(static_cast<std::streamoff>(offset));
+  out.resize(size);
+  in.read(out.data(), static_cast<std::streamsize>(size));
+  return static_cast<std::size_t>(in.gcount()) == size;
+}
+
+bool TDatumFileNTV2::readHeader(std::string& message) {
+  if (!inMemory_) {
+    std::ifstream probe(file_, std::ios::binary);
+    if (!probe) {
+      appendMessage(message, "Error opening " + file_.string());
+      state_ = State::unusable;
+      return false;
+    }
+  }
+  state_ = State::unusable;
+  std::string record;
+  if (!readBytes(0, kRecordSize, record) || keywordOf(record) != "NUM_OREC") return false;
+  const auto* raw = reinterpret_cast<const unsigned char*>(record.data()) + 8;
+  const std::int32_t little = readI32(raw, ByteOrder::little);
+  const std::int32_t big = readI32(raw, ByteOrder::big);
+  bigEndian_ = !(little > 0 && little <= kMaxHeaderRecords) && big > 0 && big <= kMaxHeaderRecords;
+  numORec_ = bigEndian_ ? big : little;
+  if (numORec_ < 1 || numORec_ > kMaxHeaderRecords) return false;
+
+  const ByteOrder order = bigEndian_ ? ByteOrder::big : ByteOrder::little;
+  std::string header;
+  if (!readBytes(kRecordSize, kRecordSize * static_cast<std::size_t>(numORec_ - 1), header)) return false;
+  for (std::size_t at = 0; at + kRecordSize <= header.size(); at += kRecordSize) {
+    const std::string r = header.substr(at, kRecordSize);
+    const auto* value = reinterpret_cast<const unsigned char*>(r.data()) + 8;
+    const std::string_view key = keywordOf(r);
+    if (key == "NUM_SREC") numSRec_ = readI32(value, order);
+    else if (key == "NUM_FILE") numFile_ = readI32(value, order);
+    else if (key == "GS_TYPE ") { gsType_ = textValue(r); unitFactor_ = kSecondsPerDegree; }
+    else if (key == "VERSION ") version_ = textValue(r);
+    else if (key == "SYSTEM_F") systemF_ = textValue(r);
+    else if (key == "SYSTEM_T") systemT_ = textValue(r);
+    // MAJOR_F, MINOR_F, MAJOR_T, MINOR_T: the ellipsoids are known from the datum table.
+  }
+  if (numFile_ < 1 || numSRec_ < 1 || numSRec_ > kMaxHeaderRecords) return false;
+  state_ = State::headerRead;
+  return true;
+}
+
+TDatumFileNTV2::State TDatumFileNTV2::state() const { return state_; }
+
+void TDatumFileNTV2::loadSubGrids() const {
+  std::call_once(loadOnce_, [this] {
+    if (state_ != State::headerRead) return;
+    const ByteOrder order = bigEndian_ ? ByteOrder::big : ByteOrder::little;
+    std::vector<TDatumSubRejilla> grids;
+    std::size_t offset = kRecordSize * static_cast<std::size_t>(numORec_);
+    const auto fail = [this] {
+      subGrids_.clear();
+      state_ = State::unusable;
+    };
+    for (std::int32_t g = 0; g < numFile_; ++g) {
+      std::string header;
+      if (!readBytes(offset, kRecordSize * static_cast<std::size_t>(numSRec_), header)) return fail();
+      offset += header.size();
+      TDatumSubRejilla sub;
+      for (std::size_t at = 0; at < header.size(); at += kRecordSize) {
+        const std::string r = header.substr(at, kRecordSize);
+        const auto* value = reinterpret_cast<const unsigned char*>(r.data()) + 8;
+        const std::string_view key = keywordOf(r);
+        if (key == "SUB_NAME") sub.name = textValue(r);
+        else if (key == "PARENT  ") sub.parent = textValue(r);
+        else if (key == "CREATED ") sub.created = textValue(r);
+        else if (key == "UPDATED ") sub.updated = textValue(r);
+        else if (key == "S_LAT   ") sub.sLat = readF64(value, order);
+        else if (key == "N_LAT   ") sub.nLat = readF64(value, order);
+        else if (key == "E_LONG  ") sub.eLong = readF64(value, order);
+        else if (key == "W_LONG  ") sub.wLong = readF64(value, order);
+        else if (key == "LAT_INC ") sub.latInc = readF64(value, order);
+        else if (key == "LONG_INC") sub.longInc = readF64(value, order);
+        else if (key == "GS_COUNT") sub.count = readI32(value, order);
+      }
+      if (sub.count < 0 || sub.count > kMaxNodes) return fail();
+      const double rows = std::trunc((sub.nLat - sub.sLat) / sub.latInc + 1.1);
+      const double columns = std::trunc((sub.wLong - sub.eLong) / sub.longInc + 1.1);
+      // A header whose shape does not match its node count would send lookups past the nodes.
+      if (!(rows >= 1 && columns >= 1 && rows * columns <= static_cast<double>(sub.count)))
+        return fail();
+      sub.rows = static_cast<int>(rows);
+      sub.columns = static_cast<int>(columns);
+      std::string block;
+      const std::size_t bytes = kNodeSize * static_cast<std::size_t>(sub.count);
+      if (!readBytes(offset, bytes, block)) return fail();
+      offset += bytes;
+      sub.nodes.resize(static_cast<std::size_t>(sub.count) * 4);
+      const auto* p = reinterpret_cast<const unsigned char*>(block.data());
+      for (std::size_t i = 0; i < sub.nodes.size(); ++i) sub.nodes[i] = readF32(p + 4 * i, order);
+      grids.push_back(std::move(sub));
+    }
+    subGrids_ = std::move(grids);
+    state_ = State::subGridsLoaded;
+  });
+}
+
+const std::vector<TDatumSubRejilla>& TDatumFileNTV2::subGrids() const {
+  loadSubGrids();
+  return subGrids_;
+}
+
+bool TDatumFileNTV2::shiftSeconds(double latSec, double lonWestSec, double& dLat, double& dLonWest) const {
+  loadSubGrids();
+  if (state_ != State::subGridsLoaded) return false;
+  for (const TDatumSubRejilla& sub : subGrids_)
+    if (sub.containsSeconds(latSec, lonWestSec)) return sub.shiftAt(latSec, lonWestSec, dLat, dLonWest);
+  return false;
+}
+
+bool TDatumFileNTV2::applyForward(TCoord& position) const {
+  const double latSec = position.lat * unitFactor_;
+  const double lonWestSec = position.lon * -unitFactor_;
+  double dLat = 0, dLon = 0;
+  if (!shiftSeconds(latSec, lonWestSec, dLat, dLon)) return false;
+  position.lat = (latSec + dLat) / unitFactor_;
+  position.lon = (lonWestSec + dLon) / -unitFactor_;
+  return true;
+}
+
+// Fixed-point iteration: find p with forward(p) = target, updating p by the residual. Grid shifts
+// vary by far less than one part in a thousand per cell, so each step gains about three digits.
+bool TDatumFileNTV2::applyReverse(TCoord& position) const {
+  const double targetLat = position.lat * unitFactor_;
+  const double targetLonW = position.lon * -unitFactor_;
+  const double toleranceSec = kReverseToleranceDeg * unitFactor_;
+  double lat = targetLat, lonW = targetLonW;
+  for (int i = 0; i < kMaxReverseIterations; ++i) {
+    double dLat = 0, dLon = 0;
+    if (!shiftSeconds(lat, lonW, dLat, dLon)) return false;
+    const double errLat = lat + dLat - targetLat;
+    const double errLon = lonW + dLon - targetLonW;
+    lat -= errLat;
+    lonW -= errLon;
+    if (std::fabs(errLat) < toleranceSec && std::fabs(errLon) < toleranceSec) {
+      position.lat = lat / unitFactor_;
+      position.lon = lonW / -unitFactor_;
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace pixtrail
