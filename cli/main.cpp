@@ -12,6 +12,8 @@
 // -- tracks and waypoints --
 
 // -- photos --
+#include "cli/ExifCommand.hpp"
+#include "cli/GeotagCommand.hpp"
 
 // -- receivers --
 
@@ -33,6 +35,8 @@ int main(int argc, char** argv) {
   // -- tracks and waypoints --
 
   // -- photos --
+  setupGeotag(app, global, result);
+  setupExif(app, global, result);
 
   // -- receivers --
 

@@ -14,6 +14,7 @@
 
 #include "core/SafeFile.hpp"
 #include "core/byte_order.hpp"
+#include "coords/TListaDatums.hpp"
 #include "core/messages.hpp"
 #include "photos/exif_tag_labels.hpp"
 
@@ -763,6 +764,28 @@ bool TJpegExif::Write(const std::filesystem::path& target, bool mustNotExist, st
     return false;
   }
   fileName_ = target;
+  return true;
+}
+
+bool TJpegExif::ReadPosition(TCoord& point, int& datum, std::string& message) const {
+  ExifGpsPosition gps;
+  if (!ReadGps(gps, message)) return false;
+  const int index = datumTable().findByName(gps.datumName);
+  if (index < 0) {
+    appendMessage(message, std::string(kErrUnknownDatum) + gps.datumName);
+    return false;
+  }
+  point.lat = gps.lat;
+  point.lon = gps.lon;
+  point.alt = static_cast<float>(gps.altM);
+  datum = index;
+  return true;
+}
+
+bool TJpegExif::SetGpsPosition(const TCoord& point, int datum, std::string& message) {
+  TCoord wgs84 = point;
+  if (!datumTable().Transforma_Grados_Datum(wgs84, datum, kDatumWgs84, message)) return false;
+  SetGpsWgs84(wgs84);
   return true;
 }
 
