@@ -1,0 +1,265 @@
+#include "tracks/track_file_native.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "tests/support/test_support.hpp"
+
+namespace pixtrail {
+namespace {
+
+const FileCoordinates kDegrees{kDatumWgs84, kFileDegrees};
+
+TEST(NativePointLine, ReadsFieldsDefaultsAndLimits) {
+  const struct {
+    std::string line;
+    bool ok;
+    int segmentStart, day, month, year;
+    float alt, speed;
+    const char* why;
+  } rows[] = {
+      {"T  - 40.4250000\xBAN 3.5000000\xBAW 27-MAR-62 10:20:30", true, 1, 27, 3, 1962, -9999, -1,
+       "ends after the time: starts a segment, defaults kept"},
+      {"T  - 40.4250000\xBAN 3.5000000\xBAW 27-MAR-50 10:20:30 N 12.5", true, 0, 27, 3, 2050, 12.5f, -1,
+       "\"N\" continues the segment; year 50 is 2050"},
+      {"T  - 40.4250000\xBAN 3.5000000\xBAW 27-mar-51 10:20:30 n 12.5", true, 1, 27, 3, 1951, 12.5f, -1,
+       "\"n\" is not \"N\"; month case ignored; year 51 is 1951"},
+      {"T  - 40.4250000\xBAN 3.5000000\xBAW 01-NUL-00 00:00:00 s 1 -5", true, 1, 1, 0, 0, 1, -1,
+       "undefined month accepted, no century; speed below -1 stored as -1"},
+      {"T  - 40.4250000\xBAN 3.5000000\xBAW 01-XYZ-00 00:00:00", false, 0, 0, 0, 0, 0, 0, "unknown month"},
+      {"T  - 40.4250000\xBAN 3.5000000\xBAW 01-JAN-00 24:00:00", false, 0, 0, 0, 0, 0, 0, "hour 24"},
+      {"T  - 40.4250000\xBAN 3.5000000\xBAW 01-JAN-00 10:60:00", false, 0, 0, 0, 0, 0, 0, "minute 60"},
+      {"T  - 40.4250000\xBAN 3.5000000\xBAW 01-JAN-00", false, 0, 0, 0, 0, 0, 0, "fewer than 6 fields"},
+      {"T  - 3.5000000\xBAW 40.4250000\xBAN 01-JAN-00 10:00:00", false, 0, 0, 0, 0, 0, 0,
+       "longitude where the latitude belongs"},
+      {"T  - 95.0000000\xBAN 3.5000000\xBAW 01-JAN-00 10:00:00", false, 0, 0, 0, 0, 0, 0, "latitude past the pole"},
+      {"T  - 40.4250000\xBAN 3.5000000\xBAW 01-JAN-00 10:00:00 s abc", false, 0, 0, 0, 0, 0, 0,
+       "altitude not a number"},
+  };
+  for (const auto& r : rows) {
+    TPuntVol p;
+    ASSERT_EQ(parsePointLine(r.line, kDegrees, p), r.ok) << r.why;
+    if (!r.ok) continue;
+    EXPECT_NEAR(p.position.lat, 40.425, 1e-12) << r.why;
+    EXPECT_NEAR(p.position.lon, -3.5, 1e-12) << r.why;
+    EXPECT_EQ(p.segmentStart, r.segmentStart) << r.why;
+    EXPECT_EQ(p.time.day, r.day) << r.why;
+    EXPECT_EQ(p.time.month, r.month) << r.why;
+    EXPECT_EQ(p.time.year, r.year) << r.why;
+    EXPECT_EQ(p.altitude(true), r.alt) << r.why;
+    EXPECT_EQ(p.speedMs, r.speed) << r.why;
+    EXPECT_TRUE(p.stateFlags & TPuntVol::kValidData) << r.why;
+  }
+}
+
+TEST(NativePointLine, AllNineteenFieldsIncludingTheReadOnlyOne) {
+  TPuntVol p;
+  ASSERT_TRUE(parsePointLine(
+      "T  - 40.5000000\xBAS 0.2500000\xBA" "E 05-AUG-24 23:59:59 N 1500.5 3.25 271.5 18.5 9 0.9 1013.25 3 -0.5 "
+      "250 142 88 1234.5",
+      kDegrees, p));
+  EXPECT_DOUBLE_EQ(p.position.lat, -40.5);
+  EXPECT_DOUBLE_EQ(p.position.lon, 0.25);
+  EXPECT_EQ(p.time.hour, 23);
+  EXPECT_EQ(p.time.seconds, 59.0f);
+  EXPECT_EQ(p.altitude(false), 1500.5f);
+  EXPECT_EQ(p.speedMs, 3.25f);
+  EXPECT_EQ(p.courseDeg, 271.5f);
+  EXPECT_EQ(p.temperatureC, 18.5f);
+  EXPECT_EQ(p.satellites, 9);
+  EXPECT_EQ(p.hdop, 0.9f);
+  EXPECT_EQ(p.pressureHpa, 1013.25f);
+  EXPECT_EQ(p.fixType, 3);
+  EXPECT_EQ(p.verticalSpeedMs, -0.5f);
+  EXPECT_EQ(p.powerW, 250.0f);
+  EXPECT_EQ(p.heartRate, 142);
+  EXPECT_EQ(p.cadenceRpm, 88.0f);
+  EXPECT_EQ(p.distanceFromStartM, 1234.5f);
+}
+
+std::string writtenLine(TPuntVol& p) {
+  std::string out, message;
+  EXPECT_TRUE(appendPointLine(p, kDegrees, true, out, message)) << message;
+  return out;
+}
+
+TEST(NativePointLine, WriterLimitsAltitudeAndTrailingFields) {
+  TPuntVol p;
+  p.position = {-3.5, 40.425, 0};
+  p.time = {0, 7, 1, 2005, 9, 5, 7.9f};
+  p.segmentStart = 1;
+  p.setAltitude(-1000.5f);
+  EXPECT_EQ(writtenLine(p), "T  - 40.4250000\xBAN 3.5000000\xBAW 07-JAN-05 09:05:07 s -9999 -1 -1 0 0 0 0 0 0 0")
+      << "below -1000 is written -9999, seconds truncated, no heart rate nor cadence: ends after field 16";
+  p.setAltitude(-1000.0f);
+  p.heartRate = 120;
+  EXPECT_EQ(writtenLine(p), "T  - 40.4250000\xBAN 3.5000000\xBAW 07-JAN-05 09:05:07 s -1000 -1 -1 0 0 0 0 0 0 0 120");
+  p.heartRate = 0;
+  p.cadenceRpm = -0.5f;
+  EXPECT_EQ(writtenLine(p), "T  - 40.4250000\xBAN 3.5000000\xBAW 07-JAN-05 09:05:07 s -1000 -1 -1 0 0 0 0 0 0 0 0 -0.5")
+      << "cadence -0.5 is written, and drags the heart rate field with it";
+  p.cadenceRpm = std::nanf("");
+  EXPECT_EQ(writtenLine(p).find(" 0 0 nan"), std::string::npos) << "NaN is not a number not below -0.5";
+}
+
+TEST(NativeTimeText, OffsetsAndTimes) {
+  const struct { const char* text; bool ok; double seconds; } offsets[] = {
+      {"01:30:00", true, 5400}, {"-01:30:00", true, -5400}, {"-00:00:30", true, -30},
+      {"013000", true, 5400}, {"12:00", true, 43200}, {"x1:00:00", false, 0}};
+  for (const auto& r : offsets) {
+    double s = 0;
+    EXPECT_EQ(parseTimeOffset(r.text, s), r.ok) << r.text;
+    if (r.ok) {
+      EXPECT_EQ(s, r.seconds) << r.text;
+    }
+  }
+  EXPECT_EQ(formatTimeOffset(-5400), "-01:30:00");
+  EXPECT_EQ(formatTimeOffset(3725), "01:02:05");
+  TPuntTiempo t;
+  EXPECT_TRUE(parsePointTime("-05:10:20", t));
+  EXPECT_EQ(t.hour, -5) << "a leading minus negates the hours";
+  EXPECT_FALSE(parsePointTime("05:10", t)) << "three parts needed";
+}
+
+TVolGPS fullTrack() {
+  TVolGPS t;
+  for (const char letter : TVolGPS::kHeaderLetters) t.headerText(letter) = std::string("text ") + letter + " \xE9t\xE9";
+  t.comment = "first line\r\nsecond line\r\n";
+  t.colour = 0x00336699;
+  t.width = 3;
+  t.drawParameter = 1.5;
+  t.hasTimeOffset = true;
+  t.timeOffsetS = -7200;
+  t.display = {1.5f, 2.0f, 3, 4, 5, 6, 7.25, 8.5f, 1};
+  t.headerRecord.flags = {1, 0, 2};
+  t.headerRecord.start = {0, 27, 3, 2024, 8, 0, 0};
+  t.headerRecord.durationS = 3723;
+  t.zValues = std::array<double, 4>{1.5, -2, 3.25, 4};
+  for (int i = 0; i < 4; ++i) {
+    auto p = std::make_unique<TPuntVol>();
+    p->position = {-3.5 + i * 1e-4, 40.425 + i * 1e-4, 0};
+    p->time = {0, 27, 3, 2024, 8, 0, static_cast<float>(i * 5)};
+    p->setAltitude(650.0f + static_cast<float>(i));
+    p->segmentStart = i == 2;
+    p->heartRate = static_cast<std::int16_t>(i * 40);
+    t.appendPoint(std::move(p));
+  }
+  t.point(1).coursePoint = std::make_unique<TCoursePoint>();
+  t.point(1).coursePoint->icon = 7;
+  t.point(1).coursePoint->comment = "turn\r\nleft";
+  t.point(1).coursePoint->value16 = -3;
+  t.point(1).coursePoint->valueReal = 2.5f;
+  t.point(1).coursePoint->linked = std::make_unique<TObjetoEnlazado>(TObjetoEnlazado{"x|y"});
+  t.point(2).linked = std::make_unique<TObjetoEnlazado>(TObjetoEnlazado{"a  photo.jpg"});
+  return t;
+}
+
+TEST(NativeTrackFile, WriteReadWriteIsByteIdentical) {
+  const TVolGPS original = fullTrack();
+  std::string first, second, message;
+  ASSERT_TRUE(formatNativeTrack(original, {}, first, message)) << message;
+  TVolGPS reread;
+  FileCoordinates file{};
+  ASSERT_TRUE(parseNativeTrack(first, reread, file, message));
+  EXPECT_TRUE(message.empty()) << message;
+  ASSERT_TRUE(formatNativeTrack(reread, {}, second, message));
+  EXPECT_EQ(first, second);
+  EXPECT_EQ(reread.comment, original.comment);
+  EXPECT_EQ(reread.colour, original.colour);
+  EXPECT_EQ(reread.display, original.display);
+  EXPECT_EQ(reread.headerRecord, original.headerRecord);
+  EXPECT_EQ(reread.headerText('s'), original.headerText('s'));
+  EXPECT_EQ(reread.point(1).coursePoint->comment, "turn  left") << "line breaks become blanks";
+  // Every line ends in CR LF, and the lines come in the writer's fixed order.
+  std::size_t lines = 0;
+  for (std::size_t i = 0; i < first.size(); ++i) {
+    if (first[i] != '\n') continue;
+    ++lines;
+    EXPECT_EQ(first[i - 1], '\r');
+  }
+  EXPECT_EQ(lines, 32u);  // G U, 8 texts, C L V, 2 M, Z R s, E, 6 texts, z, 4 T, t, a
+  EXPECT_EQ(first.substr(0, 15), "G  WGS 84\r\nU  0");
+  const char* order[] = {"\r\nP  ", "\r\nd  ", "\r\nC  153 102 51 3 1.500000\r\n", "\r\nL  -02:00:00\r\n",
+                         "\r\nV  ", "\r\nM  first line\r\nM  second line\r\n", "\r\ns  ",
+                         "\r\nE 27-MAR-24 08:00:00|01:02:03|1|0|2\r\n", "\r\nf ", "\r\nz  1.5,-2,3.25,4\r\n",
+                         "\r\nT  "};
+  std::size_t at = 0;
+  for (const char* piece : order) {
+    const std::size_t found = first.find(piece, at);
+    ASSERT_NE(found, std::string::npos) << piece;
+    at = found;
+  }
+}
+
+TEST(NativeTrackFile, EveryCoordinateModeReadsBackToItsResolution) {
+  const struct { int mode; double resolutionDeg; } modes[] = {
+      {kFileDegrees, 0.5e-7}, {kFileDegreesMinutes, 0.0005 / 60}, {kFileDegreesMinutesSeconds, 0.05 / 3600},
+      {kFileParisGrads, 0.5e-7 * 0.9}, {kFileSignedDegrees, 0.5e-7}};
+  const TCoord places[] = {{-3.70379123456, 40.41677654321, 0}, {151.20929987, -33.86881234, 0},
+                           {-179.99999991, 89.99999, 0}, {0.0, 0.0, 0}, {2.33722, 48.8566, 0}};
+  for (const auto& m : modes) {
+    for (const TCoord& c : places) {
+      TPuntVol p;
+      p.position = c;
+      p.time = {0, 1, 1, 2020, 0, 0, 0};
+      std::string line, message;
+      const FileCoordinates file{kDatumWgs84, m.mode};
+      ASSERT_TRUE(appendPointLine(p, file, true, line, message)) << message;
+      TPuntVol back;
+      ASSERT_TRUE(parsePointLine(line, file, back)) << line;
+      EXPECT_NEAR(back.position.lat, c.lat, m.resolutionDeg * 1.0001) << line;
+      EXPECT_NEAR(back.position.lon, c.lon, m.resolutionDeg * 1.0001) << line;
+      std::string again;
+      ASSERT_TRUE(appendPointLine(back, file, true, again, message));
+      EXPECT_EQ(again, line) << "mode " << m.mode;
+    }
+  }
+}
+
+TEST(NativeTrackFile, BadPointLinesAreDroppedAndTheRestKept) {
+  const std::string text =
+      "G  WGS 84\r\nU  0\r\n"
+      "T  - 40.0000000\xBAN 3.0000000\xBAW 01-JAN-24 10:00:00 N 1\r\n"
+      "T  - garbage\r\n"
+      "t 5|comment|1|2\r\n"
+      "T  - 40.0010000\xBAN 3.0000000\xBAW 01-JAN-24 10:00:10 N 2\n"  // a bare LF is read too
+      "F\r\n"
+      "T  - 40.0020000\xBAN 3.0000000\xBAW 01-JAN-24 10:00:20 N 3";   // no line end at all
+  TVolGPS t;
+  FileCoordinates file;
+  std::string message;
+  ASSERT_TRUE(parseNativeTrack(text, t, file, message));
+  EXPECT_EQ(message, "There are some aberrant points in this track");
+  ASSERT_EQ(t.pointCount(), 3u);
+  EXPECT_EQ(t.point(2).altitude(true), 3.0f);
+  EXPECT_TRUE(t.point(0).coursePoint) << "\"t\" attaches to the point read last";
+  EXPECT_TRUE(t.readWithFLine);
+}
+
+TEST(NativeTrackFile, ExtensionRulesAndSafeReplacement) {
+  EXPECT_EQ(nativeTrackFileName("a/b.ple"), "a/b.ple");
+  EXPECT_EQ(nativeTrackFileName("a/b.gpx"), "a/b.TRK");
+  EXPECT_EQ(nativeTrackFileName("a/b"), "a/b.TRK");
+  test::TempDir dir;
+  const TVolGPS track = fullTrack();
+  std::filesystem::path written;
+  std::string message;
+  NativeTrackWriteOptions options;
+  options.keepBackup = true;
+  ASSERT_TRUE(writeNativeTrack(track, dir / "walk.txt", options, written, message)) << message;
+  EXPECT_EQ(written, dir / "walk.TRK");
+  const std::string firstContent = test::readFileBytes(written);
+  ASSERT_TRUE(writeNativeTrack(track, dir / "walk.trk", options, written, message));
+  EXPECT_EQ(test::readFileBytes(dir / "walk.bak"), firstContent) << "the replaced file is kept";
+  // A write that fails half way (its temporary file cannot be made) leaves the old file as it was.
+  test::writeFileBytes(dir / "walk.TRK", "old content");
+  std::filesystem::create_directory(dir / "walk.TRK.tmp");
+  TVolGPS other = fullTrack();
+  EXPECT_FALSE(writeNativeTrack(other, dir / "walk.TRK", options, written, message));
+  EXPECT_NE(message.find("walk.TRK"), std::string::npos) << message;
+  EXPECT_EQ(test::readFileBytes(dir / "walk.TRK"), "old content");
+}
+
+}  // namespace
+}  // namespace pixtrail
