@@ -6,6 +6,7 @@
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "photos/TCjtoFotos.hpp"
+#include "tracks/track_file_dispatch.hpp"
 
 namespace pixtrail {
 
@@ -198,6 +199,36 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
   for (std::size_t t = 0; t < tracks.size(); ++t) {
     std::string ignored;
     if (marked[t]) tracks[t].Recalculate(settings, ignored);
+  }
+  return true;
+}
+
+namespace {
+
+// With several tracks marked, the later ones go next to FILE as FILE_2, FILE_3, ...
+std::filesystem::path markedTrackName(const std::filesystem::path& file, std::size_t n) {
+  if (n == 0) return file;
+  std::filesystem::path name = file;
+  name.replace_filename(file.stem().string() + "_" + std::to_string(n + 1) + file.extension().string());
+  return name;
+}
+
+}  // namespace
+
+bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, std::string& message,
+                  const GeotagProgress& progress) {
+  TrackFileSettings settings;
+  settings.track.maxGapSeconds = options.maxGapSeconds;
+  VectorP<TVolGPS> tracks;
+  for (const auto& file : options.tracks) {
+    auto track = std::make_unique<TVolGPS>();
+    if (!openTrack(file, *track, settings, message)) return false;
+    tracks.add(std::move(track));
+  }
+  if (!geotagWithTracks(options, tracks, results, message, progress)) return false;
+  if (options.markTrackFile.empty() || options.dryRun) return true;
+  for (std::size_t t = 0; t < tracks.size(); ++t) {
+    if (!saveTrack(tracks[t], markedTrackName(options.markTrackFile, t), settings, message)) return false;
   }
   return true;
 }
