@@ -261,47 +261,71 @@ std::size_t trueTiffSize(std::uint16_t type) {
   return type < kSizes.size() ? kSizes[type] : 0;
 }
 
+// How makers lay out their notes: a header, then a directory whose offsets count from the TIFF
+// header (they must move with the note), from the note itself, or from a TIFF header of its own
+// (both of which move freely). First match wins; a note without a known header is taken as a
+// directory at its start addressed from the TIFF header, the commonest layout (Canon, Minolta).
+enum class MakerNoteBase { Tiff, Self };
+struct MakerNoteLayout {
+  std::string_view prefix;
+  std::size_t directoryStart;
+  MakerNoteBase base;
+};
+constexpr std::array<MakerNoteLayout, 18> kMakerNoteLayouts = {{
+    {std::string_view("Nikon\0\2", 7), 18, MakerNoteBase::Self},
+    {"OLYMPUS", 12, MakerNoteBase::Self},
+    {"OM SYSTEM", 16, MakerNoteBase::Self},
+    {"FUJIFILM", 12, MakerNoteBase::Self},
+    {"GENERALE", 12, MakerNoteBase::Self},
+    {"PENTAX ", 10, MakerNoteBase::Self},
+    {"Apple iOS", 14, MakerNoteBase::Self},
+    {"Nikon", 8, MakerNoteBase::Tiff},
+    {"OLYMP", 8, MakerNoteBase::Tiff},
+    {"SANYO", 8, MakerNoteBase::Tiff},
+    {"EPSON", 8, MakerNoteBase::Tiff},
+    {"Panasonic", 12, MakerNoteBase::Tiff},
+    {"SONY DSC", 12, MakerNoteBase::Tiff},
+    {"SIGMA", 10, MakerNoteBase::Tiff},
+    {"Ricoh", 8, MakerNoteBase::Tiff},
+    {"RICOH", 8, MakerNoteBase::Tiff},
+    {"QVC", 6, MakerNoteBase::Tiff},
+    {"JVC ", 4, MakerNoteBase::Tiff},
+}};
+
 MakerNotePlan planMakerNote(const std::string& note, std::uint32_t oldOffset, ByteOrder parent) {
   MakerNotePlan plan;
-  // A note with a TIFF header of its own is self-contained and moves freely.
-  for (std::size_t at : {6u, 8u, 10u, 12u})
-    if (note.size() >= at + 4 && (note.compare(at, 4, std::string_view("II*\0", 4)) == 0 ||
-                                  note.compare(at, 4, std::string_view("MM\0*", 4)) == 0))
-      return plan;
-  const ByteOrder other = parent == ByteOrder::little ? ByteOrder::big : ByteOrder::little;
-  // Where makers put the directory: right at the start, or after a short maker header.
-  for (std::size_t start : {0u, 8u, 10u, 12u, 14u, 18u}) {
-    for (ByteOrder order : {parent, other}) {
-      if (note.size() < start + 2) continue;
-      const unsigned char* p = bytesOf(note);
-      const std::size_t count = readU16(p + start, order);
-      if (count == 0 || count > 512 || note.size() < start + 2 + 12 * count) continue;
-      bool typesOk = true, tiffRelative = true, noteRelative = true;
-      std::vector<std::size_t> fields;
-      for (std::size_t i = 0; i < count && typesOk; ++i) {
-        const std::size_t e = start + 2 + 12 * i;
-        const std::size_t size = trueTiffSize(readU16(p + e + 2, order));
-        if (size == 0) {
-          typesOk = false;
-          break;
-        }
-        const std::uint64_t bytes = std::uint64_t{readU32(p + e + 4, order)} * size;
-        if (bytes <= 4) continue;
-        const std::uint64_t offset = readU32(p + e + 8, order);
-        tiffRelative = tiffRelative && offset >= oldOffset && offset + bytes <= std::uint64_t{oldOffset} + note.size();
-        noteRelative = noteRelative && offset + bytes <= note.size();
-        fields.push_back(e + 8);
-      }
-      if (!typesOk) continue;
-      plan.order = order;
-      if (fields.empty() || (noteRelative && !tiffRelative)) return plan;
-      if (tiffRelative) {
-        plan.offsetFields = std::move(fields);
-        return plan;
-      }
-      plan.keep = false;
-      return plan;
+  MakerNoteLayout layout{"", 0, MakerNoteBase::Tiff};
+  for (const MakerNoteLayout& row : kMakerNoteLayouts) {
+    if (note.compare(0, row.prefix.size(), row.prefix) == 0) {
+      layout = row;
+      break;
     }
+  }
+  if (layout.base == MakerNoteBase::Self) return plan;
+  const std::size_t start = layout.directoryStart;
+  const ByteOrder other = parent == ByteOrder::little ? ByteOrder::big : ByteOrder::little;
+  for (ByteOrder order : {parent, other}) {
+    if (note.size() < start + 2) break;
+    const unsigned char* p = bytesOf(note);
+    const std::size_t count = readU16(p + start, order);
+    if (count == 0 || count > 512 || note.size() < start + 2 + 12 * count) continue;
+    bool typesOk = true, inside = true;
+    std::vector<std::size_t> fields;
+    for (std::size_t i = 0; i < count && typesOk; ++i) {
+      const std::size_t e = start + 2 + 12 * i;
+      const std::size_t size = trueTiffSize(readU16(p + e + 2, order));
+      typesOk = size != 0;
+      const std::uint64_t bytes = std::uint64_t{readU32(p + e + 4, order)} * size;
+      if (!typesOk || bytes <= 4) continue;
+      const std::uint64_t offset = readU32(p + e + 8, order);
+      inside = inside && offset >= oldOffset && offset + bytes <= std::uint64_t{oldOffset} + note.size();
+      fields.push_back(e + 8);
+    }
+    if (!typesOk) continue;
+    plan.order = order;
+    plan.keep = inside;  // data outside the note cannot follow it: drop rather than mislead
+    if (inside) plan.offsetFields = std::move(fields);
+    return plan;
   }
   return plan;  // not a directory we can read: opaque bytes, nothing to shift
 }
