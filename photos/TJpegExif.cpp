@@ -592,6 +592,13 @@ void TJpegExif::SetGpsWgs84(const TCoord& p) {
   SetTag(kGpsIfd, kGpsMapDatum, kTypeAscii, static_cast<std::uint32_t>(kWgs84Name.size()), kWgs84Name);
   if (FindTag(kIfd0, kKeyGpsIfdPointer) < 0)
     SetTag(kIfd0, kKeyGpsIfdPointer, kTypeLong, 1, std::string_view("\0\0\0\0", 4));
+  // A second GPS entry under a key just set would contradict the new position: drop it.
+  for (std::uint16_t key : {kGpsVersionId, kGpsLatitudeRef, kGpsLatitude, kGpsLongitudeRef, kGpsLongitude,
+                            kGpsAltitudeRef, kGpsAltitude, kGpsMapDatum}) {
+    const int kept = findKey(tags_, key);
+    for (std::size_t i = tags_.size(); i-- > 0;)
+      if (static_cast<int>(i) != kept && tags_[i].key == key && tags_[i].directory == kGpsIfd) tags_.erase(i);
+  }
 }
 
 TTifTag& TJpegExif::SetTag(std::uint32_t directory, std::uint16_t key, std::uint16_t type, std::uint32_t count,
@@ -662,6 +669,18 @@ bool TJpegExif::stampDateTime(std::string& message) {
 }
 
 std::string TJpegExif::buildExifSegment() {
+  // Pointers are written as one LONG whatever the source had, so that their patched value is the
+  // only thing a reader follows.
+  for (TTifTag& tag : tags_) {
+    const bool pointer = (tag.directory == kIfd0 && (tag.key == kKeyExifIfdPointer || tag.key == kKeyGpsIfdPointer)) ||
+                         (tag.directory == kExifIfd && tag.key == kKeyInteropPointer) ||
+                         (tag.directory == kIfd1 && (tag.key == kKeyThumbnailOffset || tag.key == kKeyThumbnailLength));
+    if (pointer && (tag.type != kTypeLong || tag.count != 1)) {
+      tag.type = kTypeLong;
+      tag.count = 1;
+      tag.data.assign(4, '\0');
+    }
+  }
   const ByteOrder sourceOrder = intel_ ? ByteOrder::little : ByteOrder::big;
   const int makerIndex = FindTag(kExifIfd, kKeyMakerNote);
   MakerNotePlan makerPlan;
@@ -755,6 +774,10 @@ bool TJpegExif::Render(std::string& jpeg, std::string& message) {
     appendMessage(message, kErrFileNotFound);
     return false;
   }
+  return RenderBytes(source, jpeg, message);
+}
+
+bool TJpegExif::RenderBytes(std::string_view source, std::string& jpeg, std::string& message) {
   App1Location app1;
   if (!walkToApp1(MemorySource{source}, app1, message)) return false;
   const std::uint64_t restStart = app1.length > 5 ? app1.contentStart() + app1.contentLength() : app1.contentStart();
@@ -774,7 +797,7 @@ bool TJpegExif::Render(std::string& jpeg, std::string& message) {
   jpeg += "\xFF\xD8\xFF\xE1";
   appendU16(jpeg, static_cast<std::uint16_t>(exif.size() + 2), ByteOrder::big);
   jpeg += exif;
-  jpeg.append(source, restStart, std::string::npos);
+  jpeg.append(source.substr(restStart));
   return true;
 }
 

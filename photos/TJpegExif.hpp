@@ -96,6 +96,8 @@ class TJpegExif {
 
   // Builds the new JPEG from the source file: rebuilt APP1 segment, then the rest byte for byte.
   bool Render(std::string& jpeg, std::string& message);
+  // The same from the source's bytes already in memory.
+  bool RenderBytes(std::string_view source, std::string& jpeg, std::string& message);
   // Renders and writes through a temporary file and a rename; with mustNotExist an existing
   // target is never replaced. On success the object takes the target as its file name.
   bool Write(const std::filesystem::path& target, bool mustNotExist, std::string& message);

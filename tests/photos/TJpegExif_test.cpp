@@ -330,5 +330,31 @@ TEST_F(JpegExifFile, MissingFileAndDumpLines) {
   EXPECT_NE(dump.find("0003 , id=GPS-Lon. Ref , type=2 , len=2 , data=W\n"), std::string::npos) << dump;
 }
 
+// Inputs the fuzzer found: each was read, geotagged and written into a file we could not read back.
+TEST(JpegExifFuzzFinds, WhatIsWrittenReadsBackWithThePositionWritten) {
+  const struct {
+    const char* file;
+    const char* why;
+  } rows[] = {
+      {"fuzz/gps-duplicate-latitude.jpg", "a second GPSLatitude entry outlived the new one"},
+      {"fuzz/exif-pointer-count-513.jpg", "the EXIF IFD pointer claimed 513 values"},
+  };
+  for (const auto& row : rows) {
+    const std::string source = test::readFileBytes(test::testData(row.file));
+    TJpegExif exif;
+    std::string message;
+    ASSERT_TRUE(exif.ReadBytes(source, message)) << row.why << message;
+    exif.SetGpsWgs84({2.0, 1.0, 3.0f});
+    std::string jpeg;
+    ASSERT_TRUE(exif.RenderBytes(source, jpeg, message)) << row.why << message;
+    TJpegExif back;
+    ExifGpsPosition gps;
+    ASSERT_TRUE(back.ReadBytes(jpeg, message)) << row.why << message;
+    ASSERT_TRUE(back.ReadGps(gps, message)) << row.why << message;
+    EXPECT_DOUBLE_EQ(gps.lat, 1.0) << row.why;
+    EXPECT_DOUBLE_EQ(gps.lon, 2.0) << row.why;
+  }
+}
+
 }  // namespace
 }  // namespace pixtrail
