@@ -24,24 +24,7 @@ bool unavailable(std::string_view format, std::string& message) {
     return unavailable(format, m);                                                                       \
   }
 
-PIXTRAIL_UNAVAILABLE_READER(readOziExplorerTrack, "PLT")
-PIXTRAIL_UNAVAILABLE_READER(readIgcTrack, "IGC")
-PIXTRAIL_UNAVAILABLE_READER(readGpxTrack, "GPX")
-PIXTRAIL_UNAVAILABLE_READER(readPackedTrack, "FPT")
-PIXTRAIL_UNAVAILABLE_READER(readCompactTrack, "CMP")
-PIXTRAIL_UNAVAILABLE_READER(readFugawiTrack, "FugawiKK")
-PIXTRAIL_UNAVAILABLE_READER(readMapSourceTextTrack, "TXT")
-PIXTRAIL_UNAVAILABLE_READER(readHeartRateTrack, "HRM")
-PIXTRAIL_UNAVAILABLE_READER(readCsvTrack, "CSV")
-PIXTRAIL_UNAVAILABLE_READER(readAprsTrack, "APRS")
-PIXTRAIL_UNAVAILABLE_READER(readNmeaTrack, "NMEA")
-PIXTRAIL_UNAVAILABLE_READER(readMagellanTrack, "LOG")
 
-PIXTRAIL_UNAVAILABLE_WRITER(writeIgcTrack, "IGC")
-PIXTRAIL_UNAVAILABLE_WRITER(writeOziExplorerTrack, "PLT")
-PIXTRAIL_UNAVAILABLE_WRITER(writeGpxTrack, "GPX")
-PIXTRAIL_UNAVAILABLE_WRITER(writeMagellanTrack, "LOG")
-PIXTRAIL_UNAVAILABLE_WRITER(writePackedTrack, "FPT")
 PIXTRAIL_UNAVAILABLE_WRITER(writeVectorTrack, "Vector export of")
 
 #undef PIXTRAIL_UNAVAILABLE_READER

@@ -3,8 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 
+#include "core/byte_order.hpp"
 #include "tests/support/datum_fixture.hpp"
+#include "tests/support/grid_builder.hpp"
+#include "tests/support/test_support.hpp"
 
 namespace pixtrail {
 namespace {
@@ -80,6 +84,301 @@ TEST_F(ShippedDatums, RowZeroIsWgs84AndCommonSpellingsFindIt) {
                            "CH-1903", "Europeo 1979", "Potsdam", "Hermannskogel", "Pulkovo 1942", "NAD27",
                            "Australian Geodetic 1984", "DHDN90", "NTF"})
     EXPECT_GT(table.findByName(name), 0) << name;
+}
+
+TEST_F(ShippedDatums, NothingChangesForTheSameDatumOrNearThePoles) {
+  const int ed50 = index("European 1950");
+  table.setWorkingDatum(ed50);
+  const struct {
+    TCoord p;
+    int from, to;
+    const char* why;
+  } rows[] = {
+      {{-3.7, 40.4, 650.0f}, ed50, ed50, "same index"},
+      {{-3.7, 40.4, 650.0f}, -1, ed50, "working datum is the same row"},
+      {{12.3, 89.99995, 0.0f}, ed50, 0, "above 89.9999"},
+      {{12.3, -89.99995, 0.0f}, 0, ed50, "below -89.9999"},
+  };
+  for (const auto& r : rows) {
+    TCoord q = r.p;
+    std::string message;
+    EXPECT_TRUE(table.Transforma_Grados_Datum(q, r.from, r.to, message)) << r.why;
+    EXPECT_EQ(std::memcmp(&q, &r.p, sizeof q), 0) << r.why;
+    EXPECT_TRUE(message.empty());
+  }
+  // The point-level change stops already at 89.9 but shifts just below it.
+  TCoord nearPole{12.3, 89.95, 0.0f}, copy = nearPole;
+  table.changePointDatum(nearPole, ed50, 0);
+  EXPECT_EQ(std::memcmp(&nearPole, &copy, sizeof copy), 0);
+  TCoord below{12.3, 89.85, 0.0f};
+  table.changePointDatum(below, ed50, 0);
+  EXPECT_NE(below.lat, 89.85);
+  table.setWorkingDatum(0);
+}
+
+TEST_F(ShippedDatums, ANumberThatIsNotANumberFailsAndLeavesThePointAlone) {
+  const TCoord bad[] = {{1.0, std::nan(""), 0.0f}, {std::nan(""), 45.0, 0.0f}, {INFINITY, 45.0, 0.0f}};
+  for (const TCoord& p : bad) {
+    TCoord q = p;
+    std::string message;
+    EXPECT_FALSE(table.Transforma_Grados_Datum(q, index("European 1950"), 0, message));
+    EXPECT_EQ(message, "Transforma_Grados_Datum: error en carro_inf, Transforma_Grados_Datum");
+    EXPECT_EQ(std::memcmp(&q, &p, sizeof q), 0);
+  }
+}
+
+TEST_F(ShippedDatums, AtTheEquatorWIsOneAndAt45DegreesTheShiftIsNotTheTextbookOne) {
+  // Hand calculation at phi = 0: w = 1, N = a, M = a(1-e2); the shift reduces to
+  // dphi = (dz + df*(M/(1-f) + N(1-f))*0)/M = dz/M and dlam = (-dx sin lam + dy cos lam)/N.
+  const int tokyo = index("Tokyo");
+  const TDatum& t = table.datum(tokyo);
+  TCoord p{0.0, 0.0, 0.0f};
+  std::string message;
+  ASSERT_TRUE(table.Transforma_Grados_Datum(p, tokyo, 0, message));
+  const double f = 1 / t.inverseFlattening, e2 = 2 * f - f * f;
+  EXPECT_NEAR(p.lat, t.dZ / (t.a * (1 - e2)) * 180 / M_PI, 1e-12);
+  EXPECT_NEAR(p.lon, t.dY / t.a * 180 / M_PI, 1e-12);
+
+  // At 45 degrees sin(phi*phi) = sin(0.6169) = 0.578 while sin^2(phi) = 0.5: the two differ by
+  // far more than rounding (a textbook Molodensky would land about 0.1 m away here).
+  TCoord ours{10.0, 45.0, 0.0f}, textbook = ours;
+  ASSERT_TRUE(table.Transforma_Grados_Datum(ours, tokyo, 0, message));
+  const double phi = M_PI / 4, lam = 10 * M_PI / 180;
+  const double w = 1 - e2 * std::sin(phi) * std::sin(phi);
+  const double N = t.a / std::sqrt(w), M = t.a * (1 - e2) / std::pow(w, 1.5);
+  const double df = 1 / 298.257223563 - f, da = 6378137.0 - t.a;
+  textbook.lat += (-t.dX * std::sin(phi) * std::cos(lam) - t.dY * std::sin(phi) * std::sin(lam) +
+                   t.dZ * std::cos(phi) + da * N * e2 * std::sin(phi) * std::cos(phi) / t.a +
+                   df * (M / (1 - f) + N * (1 - f)) * std::sin(phi) * std::cos(phi)) / M * 180 / M_PI;
+  EXPECT_GT(std::fabs(ours.lat - textbook.lat), 1e-7);
+}
+
+TEST(Datum, CalculaDerivesTheEllipsoidAndACopyDropsTheGrid) {
+  TDatum wgs;
+  wgs.alternativeNames = "A;B C;;D";
+  wgs.Calcula();
+  // WGS 84 constants as published in NIMA TR8350.2, table 3.3.
+  EXPECT_NEAR(wgs.e2, 0.00669437999014, 1e-14);
+  EXPECT_NEAR(wgs.ep2, 0.00673949674228, 1e-14);
+  EXPECT_NEAR(wgs.b, 6356752.3142, 1e-4);
+  EXPECT_NEAR(wgs.e, 0.0818191908426, 1e-13);
+  EXPECT_NEAR(wgs.c, 6399593.6258, 1e-4);
+  EXPECT_NEAR(wgs.e1, 0.00167922038638, 1e-13);
+  EXPECT_EQ(wgs.alternativeNameList, (std::vector<std::string>{"A", "B C", "", "D"}));
+
+  wgs.grid = TDatumFileNTV2::fromBytes("x");
+  TDatum copy(wgs);
+  EXPECT_EQ(copy.grid, nullptr);
+  EXPECT_EQ(copy.b, wgs.b);
+  EXPECT_EQ(copy.alternativeNameList.size(), 4u);
+}
+
+TEST(DatumDeathTest, NegativeFlatteningAndIndexesOutsideTheTableStopTheProgram) {
+  TDatum bad;
+  bad.inverseFlattening = -300;
+  EXPECT_EXIT(bad.Calcula(), ::testing::ExitedWithCode(kFatalExitStatus), "Error de sqrt en TDatum::Calcula\\(\\)");
+  TListaDatums empty;
+  EXPECT_EXIT(empty.datum(0), ::testing::ExitedWithCode(kFatalExitStatus), "Datum index outside the table");
+  EXPECT_EXIT(empty.datum(-1), ::testing::ExitedWithCode(kFatalExitStatus), "Datum index outside the table");
+}
+
+// --- files -------------------------------------------------------------------------------------
+
+struct Row {
+  std::string name;
+  std::int32_t device = 0;
+  double invf = 298.257223563, a = 6378137.0, dx = 0, dy = 0, dz = 0;
+  std::string alt, ecw;
+};
+
+void addText(std::string& out, const std::string& s) {
+  appendU16(out, static_cast<std::uint16_t>(s.size()), ByteOrder::little);
+  out += s;
+}
+
+// A datum file image written field by field from the layout, independent of the library's writer.
+std::string datumFile(std::int32_t version, const std::vector<Row>& rows, std::int32_t count = -2) {
+  std::string out;
+  appendI32(out, version, ByteOrder::little);
+  appendI32(out, count == -2 ? static_cast<std::int32_t>(rows.size()) : count, ByteOrder::little);
+  for (const Row& r : rows) {
+    addText(out, r.name);
+    appendI32(out, r.device, ByteOrder::little);
+    for (double v : {r.invf, r.a, r.dx, r.dy, r.dz}) appendF64(out, v, ByteOrder::little);
+    addText(out, r.alt);
+    if (version >= 2) addText(out, r.ecw);
+  }
+  return out;
+}
+
+const std::vector<Row> kSystemRows = {
+    {"WGS 84", 100, 298.257223563, 6378137.0, 0, 0, 0, "NAD83", "WGS84"},
+    {"European 1950", 7, 297.0, 6378388.0, -87, -98, -121, "ED50;European Datum 1950", "ED50"},
+    {"Lookalike", 7, 297.0, 6378388.0, 1, 2, 3, "", "ED 50 ALT"},
+    {"Tokyo Datum Long Name", 9, 299.1528128, 6377397.155, -148, 507, 685, "ED 50 ALT", ""},
+};
+
+class DatumFolder : public ::testing::Test {
+ protected:
+  test::TempDir dir;
+  TListaDatums table;
+  std::string message;
+  void write(const char* name, const std::string& bytes) { test::writeFileBytes(dir / name, bytes); }
+  bool load() { return table.load(dir.path(), message); }
+};
+
+TEST_F(DatumFolder, VersionsZeroToTwoLoadAndOnlyVersionTwoCarriesEcwNames) {
+  for (std::int32_t version : {0, 1, 2}) {
+    write("datumsb.dat", datumFile(version, kSystemRows));
+    ASSERT_TRUE(load()) << version << ": " << message;
+    ASSERT_EQ(table.size(), 4);
+    const TDatum& ed50 = table.datum(1);
+    EXPECT_EQ(ed50.name, "European 1950");
+    EXPECT_EQ(ed50.deviceDatumNumber, 7);
+    EXPECT_EQ(ed50.a, 6378388.0);
+    EXPECT_EQ(ed50.inverseFlattening, 297.0);
+    EXPECT_EQ(ed50.dZ, -121.0);
+    EXPECT_EQ(ed50.alternativeNameList, (std::vector<std::string>{"ED50", "European Datum 1950"}));
+    EXPECT_EQ(ed50.ecwName, version >= 2 ? "ED50" : "");
+    EXPECT_GT(ed50.b, 0.0);  // derived values are computed on load
+  }
+}
+
+TEST_F(DatumFolder, DamagedFilesGiveTheSystemsMessages) {
+  const std::string good = datumFile(2, kSystemRows);
+  const struct {
+    std::string bytes;
+    std::string message;
+  } rows[] = {
+      {datumFile(3, kSystemRows), "Version error in datumsb.dat"},
+      {datumFile(2, {}, 1001), "n error in datumsb.dat"},
+      {datumFile(2, {}, -1), "n error in datumsb.dat"},
+      {good.substr(0, good.size() - 3), "Error reading file DATUMSB.DAT "},
+      {datumFile(2, kSystemRows, 5), "Error reading file DATUMSB.DAT "},
+      {good.substr(0, 6), "Error reading file DATUMSB.DAT "},
+      {datumFile(2, {{"Flat", 0, -1.0, 6378137.0, 0, 0, 0, "", ""}}), "Error reading file DATUMSB.DAT "},
+  };
+  for (const auto& r : rows) {
+    write("datumsb.dat", r.bytes);
+    message.clear();
+    EXPECT_FALSE(load());
+    EXPECT_EQ(message, r.message);
+  }
+  // A count of exactly 1000 is allowed.
+  write("datumsb.dat", datumFile(2, std::vector<Row>(1000, Row{"X", 0, 297.0, 6378388.0, 0, 0, 0, "", ""})));
+  message.clear();
+  EXPECT_TRUE(load()) << message;
+  EXPECT_EQ(table.size(), 1000);
+
+  std::filesystem::remove(dir / "datumsb.dat");
+  message.clear();
+  EXPECT_FALSE(load());
+  EXPECT_EQ(message, "Error opening " + (dir / "datumsb.dat").string());
+}
+
+TEST_F(DatumFolder, UserRowsFollowTheSystemRowsAndOnlyTheyAreSavedByAUser) {
+  write("datumsb.dat", datumFile(2, kSystemRows));
+  ASSERT_TRUE(load()) << message;  // no datumsbp.dat: no error
+  EXPECT_TRUE(message.empty()) << message;
+  EXPECT_EQ(table.systemRowCount(), 4);
+
+  write("datumsbp.dat", datumFile(1, {{"Mine", 0, 297.0, 6378388.0, 5, 6, 7, "My Own", ""}}));
+  ASSERT_TRUE(load()) << message;
+  ASSERT_EQ(table.size(), 5);
+  EXPECT_EQ(table.datum(4).name, "Mine");
+  EXPECT_EQ(table.systemRowCount(), 4);
+
+  const int added = table.addDatum("New Datum");
+  EXPECT_EQ(added, 5);
+  EXPECT_EQ(table.datum(added).a, table.datum(0).a);
+  EXPECT_EQ(table.datum(added).alternativeNames, "NAD83");
+  ASSERT_TRUE(table.save(message)) << message;
+  EXPECT_EQ(test::readFileBytes(dir / "datumsbp.dat"),
+            datumFile(2, {{"Mine", 0, 297.0, 6378388.0, 5, 6, 7, "My Own", ""}, {"New Datum", 100, 298.257223563, 6378137.0, 0, 0, 0, "NAD83", "WGS84"}}));
+  EXPECT_EQ(test::readFileBytes(dir / "datumsb.dat"), datumFile(2, kSystemRows));
+
+  table.setMaintenanceMode(true);
+  ASSERT_TRUE(table.deleteDatum(2, message));
+  ASSERT_TRUE(table.save(message)) << message;
+  EXPECT_TRUE(load()) << message;
+  EXPECT_EQ(table.size(), 7);  // five rows in datumsb.dat, the same two user rows appended again
+  EXPECT_EQ(table.datum(2).name, "Tokyo Datum Long Name");
+  EXPECT_EQ(table.systemRowCount(), 5);
+  EXPECT_TRUE(std::filesystem::exists(dir / "datumsb.bak"));  // the old table is kept
+  EXPECT_FALSE(table.deleteDatum(0, message));
+}
+
+TEST_F(DatumFolder, LookupFollowsTheNameAlternativeEcwOrder) {
+  write("datumsb.dat", datumFile(2, kSystemRows));
+  ASSERT_TRUE(load()) << message;
+  table.setWorkingDatum(3);
+  const struct {
+    std::string_view name;
+    int want;
+    const char* why;
+  } rows[] = {
+      {"european 1950", 1, "names compare without case"},
+      {" European_1950 ", 1, "blanks trimmed, _ as blank"},
+      {"ED 50 ALT", 3, "an alternative name beats an earlier row's ECW name"},
+      {"ED50", 1, "alternative name"},
+      {"WGS84", 0, "alias, and also row 0's ECW name"},
+      {"Europeo 1979", -1, "alias to a name this table lacks"},
+      {"Auto Shift", 3, "the working datum"},
+      {"Auto Shift (anything)", 3, "only the first 10 characters count"},
+      {"Auto", -1, "too short for Auto Shift"},
+      {"", -1, "empty"},
+      {"Nowhere", -1, "no such datum"},
+  };
+  for (const auto& r : rows) EXPECT_EQ(table.findByName(r.name), r.want) << r.why;
+
+  EXPECT_EQ(table.findByWktName("GCS_European_1950"), 1);
+  EXPECT_EQ(table.findByWktName("Datum_European_1950"), 1);
+  EXPECT_EQ(table.findByWktName("GCS_Datum_ED50"), 1);
+  EXPECT_EQ(table.findByDeviceNumber(7), 1);  // the first of two rows with 7
+  EXPECT_EQ(table.findByDeviceNumber(42), -1);
+  EXPECT_EQ(table.shortName(3), "Tokyo Datum Lon");  // cut to 15 characters
+  EXPECT_EQ(table.shortName(1), "ED50");              // the ECW name wins
+  EXPECT_EQ(&table.datum(-1), &table.datum(3));
+}
+
+TEST_F(DatumFolder, GridsAttachByTheirSystemNamesAndFallBackOutside) {
+  write("datumsb.dat", datumFile(2, kSystemRows));
+  std::filesystem::create_directory(dir / "datumgrids");
+  test::GridSpec spec;
+  spec.systemF = "ED50";
+  spec.systemT = "NAD83";  // an alternative name of row 0
+  test::SubGridSpec g;
+  g.sLat = 40 * 3600, g.nLat = 41 * 3600, g.eLong = 3 * 3600, g.wLong = 4 * 3600, g.latInc = g.longInc = 900;
+  g.shift = [](double, double, float& dLat, float& dLon) { dLat = 3.5f, dLon = -7.25f; };
+  spec.subGrids = {g};
+  test::writeFileBytes(dir / "datumgrids" / "ed50.gsb", test::buildNtv2Grid(spec));
+  spec.systemF = "Lookalike", spec.systemT = "Tokyo Datum Long Name";  // not to WGS 84: dropped
+  test::writeFileBytes(dir / "datumgrids" / "other.GSB", test::buildNtv2Grid(spec));
+  std::filesystem::create_symlink(dir / "nowhere.gsb", dir / "datumgrids" / "broken.gsb");
+
+  ASSERT_TRUE(load()) << message;
+  EXPECT_EQ(message, "Error opening " + (dir / "datumgrids" / "broken.gsb").string());
+  ASSERT_NE(table.datum(1).grid, nullptr);
+  EXPECT_EQ(table.datum(2).grid, nullptr);
+
+  TCoord p{-3.5, 40.5, 0.0f};  // inside: the grid's constant shift, 3.5" N and 7.25" E
+  ASSERT_TRUE(table.Transforma_Grados_Datum(p, 1, 0, message));
+  EXPECT_NEAR(p.lat, 40.5 + 3.5 / 3600, 1e-12);
+  EXPECT_NEAR(p.lon, -3.5 + 7.25 / 3600, 1e-12);
+  ASSERT_TRUE(table.Transforma_Grados_Datum(p, 0, 1, message));  // reverse
+  EXPECT_NEAR(p.lat, 40.5, 1e-9);
+  EXPECT_NEAR(p.lon, -3.5, 1e-9);
+
+  TCoord outside{-5.0, 40.5, 0.0f}, molodensky = outside;  // just west of the grid
+  message.clear();
+  ASSERT_TRUE(table.Transforma_Grados_Datum(outside, 1, 0, message));
+  EXPECT_TRUE(message.empty());
+  TListaDatums noGrids;
+  std::filesystem::remove_all(dir / "datumgrids");
+  ASSERT_TRUE(noGrids.load(dir.path(), message));
+  ASSERT_TRUE(noGrids.Transforma_Grados_Datum(molodensky, 1, 0, message));
+  EXPECT_EQ(outside, molodensky);
+  EXPECT_NE(outside.lat, 40.5);
 }
 
 }  // namespace

@@ -36,7 +36,7 @@ TEST(TrackDispatch, SaveChoosesByExtensionInTableOrder) {
        "PLE is not in the save table; only a track loaded from PLE is written natively"},
       {"a.TRK", "out.csv", false, "", "Unknown file format saving tracks: csv", "CSV opens but never saves"},
       {"a.TRK", "out.xyz", false, "", "Unknown file format saving tracks: xyz", "unknown"},
-      {"a.TRK", "out.gpx", false, "", "GPX track files are not available", "foreign slot"},
+      {"a.TRK", "out.fpt", false, "", "FPT track files cannot be read or written: the program's packed track format is not documented", "undocumented own format"},
       {"a.TRK", "MDB:42", false, "", "The flight logbook is not available: MDB:42", "logbook name"},
   };
   for (const auto& r : rows) {
@@ -77,7 +77,7 @@ TEST(TrackDispatch, OpenChoosesByExtensionAndRecalculates) {
   const struct { const char* name; const char* message; } failures[] = {
       {"walk.abc", "Unknown file format opening track: abc"},
       {"walk", "Unknown file format opening track: "},
-      {"walk.hrm", "HRM track files are not available"},
+      {"walk.cmp", "CMP track files cannot be read or written: the program's compact track format is not documented"},
       {"FBK|7", "The flight logbook is not available: FBK|7"},
   };
   for (const auto& f : failures) {

@@ -1,0 +1,287 @@
+#include "tracks/track_format_nmea.hpp"
+
+#include <cmath>
+#include <cstdio>
+#include <vector>
+
+#include "core/SafeFile.hpp"
+#include "core/messages.hpp"
+#include "core/text.hpp"
+#include "devices/TComandaNMEA.hpp"
+#include "tracks/track_datum.hpp"
+#include "tracks/track_format_common.hpp"
+
+namespace pixtrail {
+
+namespace {
+
+constexpr std::string_view kMagellanError = "Error reading Magellan log file.";
+
+// One epoch of sentences, before dating.
+struct Epoch {
+  std::string timeText;
+  DateTimeRecord timeOfDay;
+  std::optional<DateTimeRecord> date;  // from RMC or ZDA of this epoch
+  std::optional<TCoord> position;      // WGS 84
+  bool invalid = false;                // a sentence of the epoch said the fix is not usable
+  float altM = kUnknownAltitude;
+  float speedMs = -1.0f, courseDeg = -1.0f, hdop = 0.0f;
+  int satellites = 0;
+  std::int8_t fixType = 0;
+};
+
+double secondOfDay(const DateTimeRecord& t) {
+  return t.hour * kSecondsPerHour + t.minute * kSecondsPerMinute + t.seconds;
+}
+
+// The date of `dated` moved to the time of day of `epoch`, `days` days later.
+DateTimeRecord dateAt(const DateTimeRecord& dated, const DateTimeRecord& timeOfDay, int days) {
+  DateTimeRecord r = dated;
+  r.hour = timeOfDay.hour;
+  r.minute = timeOfDay.minute;
+  r.seconds = timeOfDay.seconds;
+  return days == 0 ? r : shiftedBySeconds(r, days * kSecondsPerDay);
+}
+
+bool isType(const TComandaNMEA_Rx& s, std::string_view type) {
+  const std::string_view id = s.identifier();
+  return id.size() == type.size() + 2 && id.ends_with(type);
+}
+
+class EpochCollector {
+ public:
+  std::vector<Epoch> epochs;
+
+  void take(const TComandaNMEA_Rx& s) {
+    DateTimeRecord t;
+    TCoord pos;
+    double v = 0.0;
+    long long n = 0;
+    if (isType(s, "RMC")) {
+      // $GPRMC,hhmmss.ss,A,llll.ll,a,yyyyy.yy,a,knots,course,ddmmyy,...
+      if (!readNmeaTime(s.field(1), t)) return;
+      Epoch& e = epochAt(s.field(1), t);
+      if (s.field(2) != "A") e.invalid = true;
+      if (s.position(3, pos)) e.position = pos;
+      if (s.number(7, v)) e.speedMs = static_cast<float>(v * kKnotsToMs);
+      if (s.number(8, v)) e.courseDeg = static_cast<float>(v);
+      DateTimeRecord d;
+      if (readNmeaDate(s.field(9), d)) e.date = d;
+    } else if (isType(s, "GGA")) {
+      // $GPGGA,hhmmss.ss,llll.ll,a,yyyyy.yy,a,quality,sats,hdop,alt,M,geoid,M,...
+      if (!readNmeaTime(s.field(1), t)) return;
+      Epoch& e = epochAt(s.field(1), t);
+      if (s.integer(6, n) && n == 0) e.invalid = true;
+      if (s.position(2, pos)) e.position = pos;
+      if (s.integer(7, n) && n > 0) e.satellites = static_cast<int>(n);
+      if (s.number(8, v)) e.hdop = static_cast<float>(v);
+      if (s.number(9, v)) e.altM = static_cast<float>(v);
+    } else if (isType(s, "GLL")) {
+      // $GPGLL,llll.ll,a,yyyyy.yy,a,hhmmss.ss,A
+      if (!readNmeaTime(s.field(5), t)) return;
+      Epoch& e = epochAt(s.field(5), t);
+      if (s.field(6) == "V") e.invalid = true;
+      if (!e.position && s.position(1, pos)) e.position = pos;
+    } else if (isType(s, "ZDA")) {
+      // $GPZDA,hhmmss.ss,dd,mm,yyyy,...
+      long long dd = 0, mm = 0, yyyy = 0;
+      if (!readNmeaTime(s.field(1), t) || !s.integer(2, dd) || !s.integer(3, mm) || !s.integer(4, yyyy)) return;
+      DateTimeRecord d{static_cast<int>(dd), static_cast<int>(mm), static_cast<int>(yyyy), 0, 0, 0};
+      if (d.isValid()) epochAt(s.field(1), t).date = d;
+    } else if (isType(s, "VTG") && !epochs.empty()) {
+      // $GPVTG,course,T,course,M,knots,N,kmh,K
+      Epoch& e = epochs.back();
+      if (s.number(1, v) && e.courseDeg < 0) e.courseDeg = static_cast<float>(v);
+      if (s.number(7, v) && e.speedMs < 0) e.speedMs = static_cast<float>(v * kKmhToMs);
+    } else if (isType(s, "GSA") && !epochs.empty()) {
+      if (s.integer(2, n) && (n == 2 || n == 3)) epochs.back().fixType = static_cast<std::int8_t>(n);
+    }
+  }
+
+ private:
+  Epoch& epochAt(std::string_view timeText, const DateTimeRecord& t) {
+    if (epochs.empty() || epochs.back().timeText != timeText) {
+      epochs.emplace_back();
+      epochs.back().timeText = std::string(timeText);
+      epochs.back().timeOfDay = t;
+    }
+    return epochs.back();
+  }
+};
+
+// Dates every epoch from the nearest dated one, counting midnights between them.
+void dateEpochs(std::vector<Epoch>& epochs, const std::optional<DateTimeRecord>& userDate) {
+  std::optional<std::size_t> firstDated;
+  for (std::size_t i = 0; i < epochs.size() && !firstDated; ++i)
+    if (epochs[i].date) firstDated = i;
+  if (!firstDated && userDate) {
+    if (epochs.empty()) return;
+    epochs[0].date = *userDate;
+    firstDated = 0;
+  }
+  if (!firstDated) return;
+  // Backwards from the first dated epoch: a time of day higher than the one after it is a
+  // midnight crossed.
+  int days = 0;
+  for (std::size_t i = *firstDated; i-- > 0;) {
+    if (secondOfDay(epochs[i].timeOfDay) > secondOfDay(epochs[i + 1].timeOfDay)) --days;
+    epochs[i].date = dateAt(*epochs[*firstDated].date, epochs[i].timeOfDay, days);
+  }
+  DateTimeRecord base = *epochs[*firstDated].date;
+  days = 0;
+  for (std::size_t i = *firstDated; i < epochs.size(); ++i) {
+    if (i > *firstDated && epochs[i].date) {
+      base = *epochs[i].date;
+      days = 0;
+    } else if (i > *firstDated) {
+      if (secondOfDay(epochs[i].timeOfDay) < secondOfDay(epochs[i - 1].timeOfDay)) ++days;
+    }
+    epochs[i].date = dateAt(base, epochs[i].timeOfDay, days);
+  }
+}
+
+}  // namespace
+
+bool readNmeaLogText(std::string_view text, const std::string& fileName, const NmeaLogOptions& options,
+                     TVolGPS& track, std::string& message, NmeaLogStats* stats) {
+  EpochCollector collector;
+  NmeaLogStats counts;
+  TComandaNMEA_Rx sentence;
+  forEachLine(text, [&](std::string_view line) {
+    if (trim(line).empty()) return true;
+    ++counts.sentences;
+    TErrorNMEA error;
+    if (!sentence.Parse(line, error) || !sentence.checksumCorrect()) {
+      ++counts.unreadable;
+      return true;
+    }
+    collector.take(sentence);
+    return true;
+  });
+  std::vector<Epoch>& epochs = collector.epochs;
+  bool anyDate = false;
+  for (const Epoch& e : epochs) anyDate = anyDate || e.date.has_value();
+  dateEpochs(epochs, options.date);
+  TVolGPS loaded;
+  for (const Epoch& e : epochs) {
+    if (!e.position || e.invalid) continue;
+    const DateTimeRecord when = e.date ? *e.date : e.timeOfDay;
+    auto p = makePoint(e.position->lat, e.position->lon, e.altM, when);
+    if (!e.date) p->time = TPuntTiempo::fromRecord(e.timeOfDay);  // a time of day, no date
+    p->speedMs = e.speedMs;
+    p->courseDeg = e.courseDeg;
+    p->hdop = e.hdop;
+    p->satellites = e.satellites;
+    p->fixType = e.fixType;
+    loaded.appendPoint(std::move(p));
+  }
+  if (stats) *stats = counts;
+  if (loaded.pointCount() == 0) {
+    appendMessage(message, fileName + ": no valid position sentences in this NMEA log");
+    return false;
+  }
+  if (counts.unreadable > 0)
+    appendMessage(message, fileName + ": " + std::to_string(counts.unreadable) +
+                               " unreadable sentences skipped");
+  if (!anyDate && !options.date)
+    appendMessage(message, fileName + ": no date in this NMEA log; give one to date its times");
+  track.points = std::move(loaded.points);
+  return true;
+}
+
+bool looksLikeMagellanLog(std::string_view text) { return text.find("$PMGNTRK") != std::string_view::npos; }
+
+bool readMagellanLogText(std::string_view text, const std::string& fileName, TVolGPS& track,
+                         std::string& message) {
+  TVolGPS loaded;
+  TComandaNMEA_Rx sentence;
+  std::optional<DateTimeRecord> lastDate;
+  double previousSecond = -1.0;
+  int days = 0;
+  forEachLine(text, [&](std::string_view line) {
+    TErrorNMEA error;
+    NmeaTrackPoint tp;
+    if (!sentence.Parse(line, error) || !sentence.checksumCorrect() ||
+        sentence.identifier() != "PMGNTRK" || !sentence.ParsePMGNTRK(tp, error))
+      return true;
+    DateTimeRecord when = tp.time;
+    if (when.month != 0) {
+      lastDate = when;
+      days = 0;
+    } else if (lastDate) {
+      if (secondOfDay(when) < previousSecond) ++days;
+      when = dateAt(*lastDate, when, days);
+    }
+    previousSecond = secondOfDay(tp.time);
+    auto p = makePoint(tp.position.lat, tp.position.lon, tp.position.alt, when);
+    if (when.month == 0) p->time = TPuntTiempo::fromRecord(tp.time);
+    loaded.appendPoint(std::move(p));
+    return true;
+  });
+  if (loaded.pointCount() == 0) {
+    appendMessage(message, kMagellanError);
+    return false;
+  }
+  track.points = std::move(loaded.points);
+  (void)fileName;
+  return true;
+}
+
+std::string magellanLogText(const TVolGPS& track) {
+  std::string out;
+  char body[160];
+  for (std::size_t i = 0; i < track.pointCount(); ++i) {
+    const TPuntVol& p = track.point(i);
+    const TCoord w = toFileDatum(p.position, kDatumWgs84);
+    const double alat = std::fabs(w.lat), alon = std::fabs(w.lon);
+    const float alt = p.altitude(TrackSettings{}.preferGpsAltitude);
+    const DateTimeRecord r = p.time.toRecord();
+    DateTimeValue v = 0;
+    const bool dated = p.time.toValue(v);
+    std::snprintf(body, sizeof body, "PMGNTRK,%02d%07.4f,%c,%03d%07.4f,%c,%05ld,M,%02d%02d%05.2f,A,,",
+                  static_cast<int>(alat), (alat - std::floor(alat)) * 60.0, w.lat < 0 ? 'S' : 'N',
+                  static_cast<int>(alon), (alon - std::floor(alon)) * 60.0, w.lon < 0 ? 'W' : 'E',
+                  hasAltitude(alt) ? std::lround(alt) : 0L, r.hour, r.minute,
+                  std::floor(r.seconds * 100.0) / 100.0);
+    std::string sentence = body;
+    if (dated) {
+      char date[8];
+      std::snprintf(date, sizeof date, "%02d%02d%02d", r.day, r.month, r.year % 100);
+      sentence += date;
+    }
+    unsigned char sum = 0;
+    for (char c : sentence) sum ^= static_cast<unsigned char>(c);
+    char tail[8];
+    std::snprintf(tail, sizeof tail, "*%02X\r\n", sum);
+    out += "$" + sentence + tail;
+  }
+  return out + "$PMGNCMD,END*3D\r\n";
+}
+
+bool readNmeaTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFileSettings&,
+                   std::string& message) {
+  std::string text;
+  if (!readWholeFile(file, text, message)) return false;
+  return readNmeaLogText(text, file.string(), NmeaLogOptions{}, track, message);
+}
+
+bool readMagellanTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFileSettings&,
+                       std::string& message) {
+  std::string text;
+  if (!readWholeFile(file, text, message)) return false;
+  // Data loggers name plain NMEA logs ".log" too.
+  if (!looksLikeMagellanLog(text) &&
+      (text.find("$GPRMC") != std::string::npos || text.find("$GPGGA") != std::string::npos ||
+       text.find("$GNRMC") != std::string::npos || text.find("$GNGGA") != std::string::npos))
+    return readNmeaLogText(text, file.string(), NmeaLogOptions{}, track, message);
+  return readMagellanLogText(text, file.string(), track, message);
+}
+
+bool writeMagellanTrack(const TVolGPS& track, const std::filesystem::path& file,
+                        const TrackFileSettings& settings, std::string& message) {
+  SafeWriteOptions options;
+  options.keepBackup = settings.keepBackup;
+  return writeFileSafely(file, magellanLogText(track), options, message);
+}
+
+}  // namespace pixtrail
