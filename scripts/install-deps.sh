@@ -14,7 +14,7 @@ packages=(
   # test oracles: tools nobody on this project wrote
   libimage-exiftool-perl exiv2 gpsbabel proj-bin geographiclib-tools gpsd-clients socat imagemagick
   # benchmarks
-  hyperfine time
+  hyperfine time gpscorrelate
 )
 
 missing=()
