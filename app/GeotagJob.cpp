@@ -1,8 +1,13 @@
 #include "app/GeotagJob.hpp"
 
+#include <algorithm>
 #include <array>
+#include <atomic>
 #include <cmath>
+#include <mutex>
+#include <thread>
 
+#include "coords/TListaDatums.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "photos/TCjtoFotos.hpp"
@@ -68,23 +73,36 @@ std::string plannedEntries(const std::string& jpeg) {
   return lines;
 }
 
-void tagPhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& result) {
+// Everything that needs the datum table, done on the calling thread: the position goes to WGS 84
+// and the result reports it as the file's rationals will hold it. False: the photo failed.
+bool preparePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& result) {
   std::string& message = result.message;
-  // The position as it will stand in the photo: WGS 84, in the file's rationals.
-  if (!photo.exif.SetGpsPosition(photo.position, photo.datum, message)) {
+  TCoord wgs84 = photo.position;
+  if (!datumTable().Transforma_Grados_Datum(wgs84, photo.datum, kDatumWgs84, message)) {
     appendMessage(message, "Error saving coordinates");
     result.status = GeotagStatus::Error;
-    return;
+    return false;
   }
+  photo.position = wgs84;
+  photo.datum = kDatumWgs84;
+  TJpegExif preview;  // the encoding alone, without touching the photo's own entries
+  preview.SetGpsWgs84(wgs84);
   ExifGpsPosition written;
-  if (photo.exif.ReadGps(written, message)) {
+  if (preview.ReadGps(written, message)) {
     result.lat = written.lat;
     result.lon = written.lon;
     result.altM = written.altM;
   }
   result.written = options.inPlace ? photo.fileName : options.outDir / photo.fileName.filename();
+  return true;
+}
+
+// The file work of one photo; photos are independent, so several run at once.
+void writePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& result) {
+  std::string& message = result.message;
   if (options.dryRun) {
     std::string jpeg;
+    photo.exif.SetGpsWgs84(photo.position);
     if (!photo.exif.Render(jpeg, message)) {
       result.status = GeotagStatus::Error;
       return;
@@ -95,6 +113,10 @@ void tagPhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& res
   }
   result.status = photo.Save(result.written, message) ? GeotagStatus::Tagged : GeotagStatus::Error;
 }
+
+// Each written photo waits for its own flush to disk; with several in flight the disk and the
+// file system's journal serve them together instead of one after another.
+constexpr std::size_t kWriters = 8;
 
 }  // namespace
 
@@ -161,6 +183,8 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
   std::size_t total = 0, done = 0;
   for (const TFotos& group : photos.groups) total += group.photos.size();
   std::vector<bool> marked(tracks.size(), false);
+  results.reserve(total);  // the writers hold pointers into it
+  std::vector<std::pair<TFoto*, GeotagPhotoResult*>> toWrite;
   for (TFotos& group : photos.groups) {
     for (TFoto& photo : group.photos) {
       GeotagPhotoResult& result = results.emplace_back();
@@ -190,11 +214,27 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
             markPhotoOnTrack(tracks[t], photo, placement);
             marked[t] = true;
           }
-          tagPhoto(options, photo, result);
+          if (preparePhoto(options, photo, result)) {
+            toWrite.emplace_back(&photo, &result);
+            continue;  // counted when written
+          }
         }
       }
       if (progress) progress(++done, total);
     }
+  }
+  std::mutex progressLock;
+  std::atomic<std::size_t> next{0};
+  auto writer = [&] {
+    for (std::size_t i = next++; i < toWrite.size(); i = next++) {
+      writePhoto(options, *toWrite[i].first, *toWrite[i].second);
+      const std::lock_guard lock(progressLock);
+      if (progress) progress(++done, total);
+    }
+  };
+  {
+    std::vector<std::jthread> writers;
+    for (std::size_t w = 0; w < std::min(kWriters, toWrite.size()); ++w) writers.emplace_back(writer);
   }
   for (std::size_t t = 0; t < tracks.size(); ++t) {
     std::string ignored;

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Times geotagging the benchmark corpus (bench/make-geotag-corpus.sh) with pixtrail, exiftool and
 # gpscorrelate against a plain copy of the folder, in interleaved rounds, and prints medians and
-# ratios. Then times reading the capture times of the folder: pixtrail exif against exiftool.
+# ratios. `cp+fsync` also flushes every copied file to disk, as pixtrail does for each photo it
+# writes (cp, exiftool and gpscorrelate leave theirs in the page cache). Then times reading the capture times of the folder: pixtrail exif against exiftool.
 #   bench/geotag-peers.sh [BUILD] [ROUNDS]
 # Every tool writes new files except gpscorrelate, which only rewrites in place: it gets a fresh
 # copy before each of its rounds, outside its timing. The page cache is warm for everyone.
@@ -26,6 +27,7 @@ run_tool() {
   start=$(now)
   case $tool in
     cp)           cp -r "$corpus/photos" "$work/out" ;;
+    cp+fsync)     cp -r "$corpus/photos" "$work/out" && sync "$work/out"/*.jpg ;;
     pixtrail)     "$build/pixtrail" geotag --track "$corpus/track.gpx" --out "$work/out" "$corpus/photos" > /dev/null ;;
     exiftool)     exiftool -q -geotag "$corpus/track.gpx" -o "$work/out/" "$corpus/photos" > /dev/null ;;
     gpscorrelate) gpscorrelate -g "$corpus/track.gpx" "$work/out"/*.jpg > /dev/null ;;
@@ -36,7 +38,7 @@ run_tool() {
   echo "$tool $(echo "$end - $start" | bc)" >> "$times"
 }
 
-tools=(cp pixtrail exiftool gpscorrelate load-pixtrail load-exiftool)
+tools=(cp cp+fsync pixtrail exiftool gpscorrelate load-pixtrail load-exiftool)
 for round in $(seq 1 "$rounds"); do
   # Rotate the order every round so that no tool always follows the same neighbour.
   for k in "${!tools[@]}"; do
@@ -64,8 +66,9 @@ n = int(sys.argv[2])
 med = {k: statistics.median(v) for k, v in rows.items()}
 print("\nmedians over %d interleaved rounds, %d photos" % (len(rows["cp"]), n))
 print("%-14s %9s %11s %9s" % ("tool", "median s", "photos/s", "x cp"))
-for tool in ["cp", "pixtrail", "exiftool", "gpscorrelate"]:
+for tool in ["cp", "cp+fsync", "pixtrail", "exiftool", "gpscorrelate"]:
     print("%-14s %9.2f %11.1f %9.2f" % (tool, med[tool], n / med[tool], med[tool] / med["cp"]))
+print("pixtrail is %.2fx the time of cp+fsync" % (med["pixtrail"] / med["cp+fsync"]))
 print("pixtrail is %.1fx exiftool's and %.1fx gpscorrelate's photos per second"
       % (med["exiftool"] / med["pixtrail"], med["gpscorrelate"] / med["pixtrail"]))
 print("\nreading the capture times of the folder:")

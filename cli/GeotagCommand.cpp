@@ -87,8 +87,11 @@ void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& r
   cmd->add_flag("--json", options->json, "One JSON array, one object per photo");
   cmd->add_option("photos", options->inputs, "Photos and folders of photos")->required();
   cmd->callback([options, &global, &result]() {
-    if (options->outDir.empty() && !options->inPlace)
-      throw CLI::ValidationError("geotag", "give --out DIR or --in-place");
+    if (options->outDir.empty() && !options->inPlace) {
+      std::fprintf(stderr, "geotag: give --out DIR or --in-place\n");
+      result.status = kExitUsage;
+      return;
+    }
     result.status = runGeotag(*options, global);
   });
 }
