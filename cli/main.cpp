@@ -23,6 +23,8 @@
 #include "cli/PositionCommand.hpp"
 
 // -- photos --
+#include "cli/ExifCommand.hpp"
+#include "cli/GeotagCommand.hpp"
 
 // -- receivers --
 #include "cli/NmeaCommand.hpp"
@@ -56,6 +58,8 @@ int main(int argc, char** argv) {
   setupKml(app, global, result);
 
   // -- photos --
+  setupGeotag(app, global, result);
+  setupExif(app, global, result);
 
   // -- receivers --
   setupNmea(app, global, result);

@@ -17,6 +17,8 @@ packages=(
   hyperfine time libproj-dev
   # GeographicLib is the other peer of the projection benchmark
   libgeographiclib-dev
+  # geotagging peer of the photo benchmark
+  gpscorrelate
 )
 
 missing=()

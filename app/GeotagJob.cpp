@@ -1,0 +1,276 @@
+#include "app/GeotagJob.hpp"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cmath>
+#include <mutex>
+#include <thread>
+
+#include "coords/TListaDatums.hpp"
+#include "core/messages.hpp"
+#include "core/text.hpp"
+#include "photos/TCjtoFotos.hpp"
+#include "tracks/track_file_dispatch.hpp"
+
+namespace pixtrail {
+
+namespace {
+
+struct StatusName {
+  GeotagStatus status;
+  std::string_view name;
+};
+constexpr std::array<StatusName, 4> kStatusNames = {{{GeotagStatus::Tagged, "tagged"},
+                                                      {GeotagStatus::NoTime, "no-time"},
+                                                      {GeotagStatus::NotCovered, "not-covered"},
+                                                      {GeotagStatus::Error, "error"}}};
+
+// The photos named on the command line: a folder gives its photos, a file is a group of its own.
+bool collectPhotos(const std::vector<std::filesystem::path>& inputs, TCjtoFotos& photos, std::string& message) {
+  bool any = false;
+  std::error_code ec;
+  for (const auto& input : inputs) {
+    if (std::filesystem::is_directory(input, ec)) {
+      std::string folderMessage;
+      TFotos* group = photos.LoadFolder(input, folderMessage);
+      if (group == nullptr) {
+        appendMessage(message, input.string() + ": " + folderMessage);
+        continue;
+      }
+      any = true;  // unreadable photos stay in the group and are reported one by one
+      continue;
+    }
+    if (!std::filesystem::exists(input, ec)) {
+      appendMessage(message, input.string() + ": File not found!");
+      continue;
+    }
+    auto group = std::make_unique<TFotos>();
+    group->folder = input.parent_path();
+    auto photo = std::make_unique<TFoto>();
+    std::string ignored;  // kept in the photo's own load message
+    photo->load(input, ignored);
+    group->photos.add(std::move(photo));
+    photos.groups.add(std::move(group));
+    any = true;
+  }
+  if (!any) appendMessage(message, "No photos to geotag");
+  return any;
+}
+
+// The GPS entries as the rebuilt file holds them, read back from the bytes that would be written.
+std::string plannedEntries(const std::string& jpeg) {
+  TJpegExif written;
+  std::string ignored;
+  if (!written.ReadBytes(jpeg, ignored)) return {};
+  std::string lines;
+  for (const TTifTag& tag : written.tags()) {
+    if (tag.directory != kGpsIfd && tag.key != kKeySoftware) continue;
+    TJpegExif one;
+    one.SetTag(tag.directory, tag.key, tag.type, tag.count, tag.data);
+    lines += one.Dump();
+  }
+  return lines;
+}
+
+// Everything that needs the datum table, done on the calling thread: the position goes to WGS 84
+// and the result reports it as the file's rationals will hold it. False: the photo failed.
+bool preparePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& result) {
+  std::string& message = result.message;
+  TCoord wgs84 = photo.position;
+  if (!datumTable().Transforma_Grados_Datum(wgs84, photo.datum, kDatumWgs84, message)) {
+    appendMessage(message, "Error saving coordinates");
+    result.status = GeotagStatus::Error;
+    return false;
+  }
+  photo.position = wgs84;
+  photo.datum = kDatumWgs84;
+  TJpegExif preview;  // the encoding alone, without touching the photo's own entries
+  preview.SetGpsWgs84(wgs84);
+  ExifGpsPosition written;
+  if (preview.ReadGps(written, message)) {
+    result.lat = written.lat;
+    result.lon = written.lon;
+    result.altM = written.altM;
+  }
+  result.written = options.inPlace ? photo.fileName : options.outDir / photo.fileName.filename();
+  return true;
+}
+
+// The file work of one photo; photos are independent, so several run at once.
+void writePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& result) {
+  std::string& message = result.message;
+  if (options.dryRun) {
+    std::string jpeg;
+    photo.exif.SetGpsWgs84(photo.position);
+    if (!photo.exif.Render(jpeg, message)) {
+      result.status = GeotagStatus::Error;
+      return;
+    }
+    result.planned = plannedEntries(jpeg);
+    result.status = GeotagStatus::Tagged;
+    return;
+  }
+  result.status = photo.Save(result.written, message) ? GeotagStatus::Tagged : GeotagStatus::Error;
+}
+
+// Each written photo waits for its own flush to disk; with several in flight the disk and the
+// file system's journal serve them together instead of one after another.
+constexpr std::size_t kWriters = 8;
+
+}  // namespace
+
+std::string_view geotagStatusName(GeotagStatus status) {
+  for (const StatusName& row : kStatusNames)
+    if (row.status == status) return row.name;
+  return "error";
+}
+
+GeotagSummary summarise(const std::vector<GeotagPhotoResult>& results) {
+  GeotagSummary s;
+  for (const GeotagPhotoResult& r : results) {
+    switch (r.status) {
+      case GeotagStatus::Tagged: ++s.tagged; break;
+      case GeotagStatus::NoTime: ++s.noTime; break;
+      case GeotagStatus::NotCovered: ++s.notCovered; break;
+      case GeotagStatus::Error: ++s.failed; break;
+    }
+  }
+  return s;
+}
+
+bool parseClockOffset(std::string_view text, double& seconds) {
+  text = trim(text);
+  double sign = 1.0;
+  if (!text.empty() && (text[0] == '+' || text[0] == '-')) {
+    sign = text[0] == '-' ? -1.0 : 1.0;
+    text.remove_prefix(1);
+  }
+  const std::vector<std::string_view> fields = splitFields(text, ':');
+  if (fields.size() != 3) return false;
+  double parts[3] = {};
+  for (std::size_t i = 0; i < 3; ++i) {
+    if (fields[i].empty() || fields[i].find_first_not_of("0123456789.") != std::string_view::npos) return false;
+    const auto value = parseDouble(fields[i]);
+    if (!value) return false;
+    parts[i] = *value;
+  }
+  if (parts[1] >= kSecondsPerMinute || parts[2] >= kSecondsPerMinute) return false;
+  seconds = sign * (parts[0] * kSecondsPerHour + parts[1] * kSecondsPerMinute + parts[2]);
+  return true;
+}
+
+bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
+                      std::vector<GeotagPhotoResult>& results, std::string& message,
+                      const GeotagProgress& progress) {
+  results.clear();
+  if (!options.dryRun && !options.inPlace) {
+    std::error_code ec;
+    std::filesystem::create_directories(options.outDir, ec);
+    if (ec) {
+      appendMessage(message, "Cannot create folder " + options.outDir.string() + ": " + ec.message());
+      return false;
+    }
+  }
+  TCjtoFotos photos;
+  photos.clockOffsetDays = options.offsetSeconds / kSecondsPerDay;
+  photos.addCoordinates = true;
+  photos.markTrack = !options.markTrackFile.empty();
+  if (!collectPhotos(options.inputs, photos, message)) return false;
+  TrackSettings settings;
+  settings.maxGapSeconds = options.maxGapSeconds;
+
+  std::size_t total = 0, done = 0;
+  for (const TFotos& group : photos.groups) total += group.photos.size();
+  std::vector<bool> marked(tracks.size(), false);
+  results.reserve(total);  // the writers hold pointers into it
+  std::vector<std::pair<TFoto*, GeotagPhotoResult*>> toWrite;
+  for (TFotos& group : photos.groups) {
+    for (TFoto& photo : group.photos) {
+      GeotagPhotoResult& result = results.emplace_back();
+      result.file = photo.fileName;
+      result.time = photo.time;
+      result.hasTime = photo.hasTime;
+      if (!photo.readable) {
+        result.status = GeotagStatus::Error;
+        result.message = photo.loadMessage;
+      } else {
+        Placement placement;
+        std::size_t t = 0;
+        // First track that covers the time wins; a photo without time needs no second try.
+        for (; t < tracks.size(); ++t) {
+          placement = photos.placePhoto(photo, tracks[t], settings);
+          if (placement.status != PlacementStatus::NotCovered) break;
+        }
+        if (placement.status == PlacementStatus::NoTime) {
+          result.status = GeotagStatus::NoTime;
+          std::string why;
+          photo.exif.ReadDateTime(result.time, why);
+          result.message = why;
+        } else if (placement.status == PlacementStatus::NotCovered) {
+          result.status = GeotagStatus::NotCovered;
+        } else {
+          if (photos.markTrack) {
+            markPhotoOnTrack(tracks[t], photo, placement);
+            marked[t] = true;
+          }
+          if (preparePhoto(options, photo, result)) {
+            toWrite.emplace_back(&photo, &result);
+            continue;  // counted when written
+          }
+        }
+      }
+      if (progress) progress(++done, total);
+    }
+  }
+  std::mutex progressLock;
+  std::atomic<std::size_t> next{0};
+  auto writer = [&] {
+    for (std::size_t i = next++; i < toWrite.size(); i = next++) {
+      writePhoto(options, *toWrite[i].first, *toWrite[i].second);
+      const std::lock_guard lock(progressLock);
+      if (progress) progress(++done, total);
+    }
+  };
+  {
+    std::vector<std::jthread> writers;
+    for (std::size_t w = 0; w < std::min(kWriters, toWrite.size()); ++w) writers.emplace_back(writer);
+  }
+  for (std::size_t t = 0; t < tracks.size(); ++t) {
+    std::string ignored;
+    if (marked[t]) tracks[t].Recalculate(settings, ignored);
+  }
+  return true;
+}
+
+namespace {
+
+// With several tracks marked, the later ones go next to FILE as FILE_2, FILE_3, ...
+std::filesystem::path markedTrackName(const std::filesystem::path& file, std::size_t n) {
+  if (n == 0) return file;
+  std::filesystem::path name = file;
+  name.replace_filename(file.stem().string() + "_" + std::to_string(n + 1) + file.extension().string());
+  return name;
+}
+
+}  // namespace
+
+bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, std::string& message,
+                  const GeotagProgress& progress) {
+  TrackFileSettings settings;
+  settings.track.maxGapSeconds = options.maxGapSeconds;
+  VectorP<TVolGPS> tracks;
+  for (const auto& file : options.tracks) {
+    auto track = std::make_unique<TVolGPS>();
+    if (!openTrack(file, *track, settings, message)) return false;
+    tracks.add(std::move(track));
+  }
+  if (!geotagWithTracks(options, tracks, results, message, progress)) return false;
+  if (options.markTrackFile.empty() || options.dryRun) return true;
+  for (std::size_t t = 0; t < tracks.size(); ++t) {
+    if (!saveTrack(tracks[t], markedTrackName(options.markTrackFile, t), settings, message)) return false;
+  }
+  return true;
+}
+
+}  // namespace pixtrail

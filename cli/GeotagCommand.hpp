@@ -1,0 +1,27 @@
+#pragma once
+// `pixtrail geotag`: place photos on tracks by their capture time and write the positions.
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+#include "cli/CommandContext.hpp"
+
+namespace pixtrail::cli {
+
+struct GeotagCommandOptions {
+  std::vector<std::string> tracks;
+  std::vector<std::string> inputs;
+  std::string offset;  // "[+|-]HH:MM:SS"
+  std::string outDir;
+  bool inPlace = false;
+  std::string markTrack;
+  bool dryRun = false;
+  bool json = false;
+  double maxGapSeconds = 1800.0;
+};
+
+void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& result);
+int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global);
+
+}  // namespace pixtrail::cli

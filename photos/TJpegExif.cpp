@@ -1,0 +1,750 @@
+#include "photos/TJpegExif.hpp"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <limits>
+#include <vector>
+
+#include "core/SafeFile.hpp"
+#include "core/byte_order.hpp"
+#include "coords/TListaDatums.hpp"
+#include "core/messages.hpp"
+#include "photos/exif_maker_notes.hpp"
+#include "photos/exif_tag_labels.hpp"
+
+// Departures kept on purpose (they are the system's behaviour): types 8 and 11 count one byte;
+// rationals with a numerator of 1 or less read as the numerator itself; the altitude reference is
+// neither read nor used for the sign; IFD0 must start at offset 8; segments before the first APP1
+// are not carried over. Additions for the safety of photos: offsets are checked against the
+// segment, the interoperability IFD is rebuilt with the rest, and a maker note that addresses its
+// data from the TIFF header is relocated, or dropped when its layout cannot be followed.
+
+namespace pixtrail {
+
+namespace {
+
+constexpr std::string_view kExifHeader{"Exif\0\0", 6};
+constexpr std::uint16_t kTiffMagic = 42;
+constexpr std::uint32_t kIfd0Offset = 8;
+constexpr std::uint32_t kMaxEntries = 1000;
+constexpr std::size_t kMaxSegmentData = 0xFFFF - 2;  // the APP1 length field counts itself
+constexpr std::uint32_t kInteropDirectory = 4;       // private: never in the entry list
+
+constexpr std::string_view kErrFileNotFound = "File not found!";
+constexpr std::string_view kErrSoi = "Error in SOI";
+constexpr std::string_view kErrApp1 = "Error APP1 header";
+constexpr std::string_view kErrDqt = "Error Define Quantization Table";
+constexpr std::string_view kErrExifHeader = "Error in EXIF header";
+constexpr std::string_view kErrTiffHeader = "Error TIF headder";
+constexpr std::string_view kErrIfd0Offset = "Error 0th IFD Offset";
+constexpr std::string_view kWarnNextExif = "ptrNextExifIFD !=0 ";
+constexpr std::string_view kWarnNextIfd1 = "ptrNextIFD_2!=0 ";
+constexpr std::string_view kErrTooManyTags = "Error en Lee_Tags, nombre tags exceed";
+constexpr std::string_view kErrTagType = "Tagtype rang incorrecte";
+constexpr std::string_view kErrNoDate = "No se ha detecado la fecha 0x3201";
+constexpr std::string_view kErrGpsSections = "Error in the GPS sections...";
+constexpr std::string_view kErrGpsValues = "Error in the GPS lat/lon values...";
+constexpr std::string_view kErrUnknownDatum = "Unknown datum: ";
+constexpr std::string_view kErrCreateFile = "Cannot create file!";
+// Our own: the system read whatever lay at a bad offset; we refuse instead.
+constexpr std::string_view kErrOutside = "Error in EXIF data: an offset points outside the EXIF segment";
+constexpr std::string_view kErrTooLarge = "Error in EXIF data: the rebuilt EXIF segment exceeds 64 KB";
+
+constexpr std::string_view kSoftware = "OrvexGPS";
+constexpr std::string_view kWgs84Name = "WGS-84";
+constexpr double kMinutesPerDegree = 60.0;
+constexpr double kSecondsPerDegree = 3600.0;
+constexpr double kNoDegrees = -99999.0;
+constexpr double kRationalFractionLimit = 0.000001;
+constexpr double kRationalDenominator = 1000.0;
+
+// Pointer entries the writer cannot rebuild; they are left out rather than left wrong.
+constexpr std::array<std::uint16_t, 3> kUnrebuiltPointerTags = {0x014A /*SubIFDs*/, 0x0111 /*StripOffsets*/,
+                                                                0x0144 /*TileOffsets*/};
+
+// Random access to the source, whether a file or bytes in memory.
+struct MemorySource {
+  std::string_view bytes;
+  bool read(std::uint64_t pos, unsigned char* out, std::size_t n) const {
+    if (pos > bytes.size() || n > bytes.size() - pos) return false;
+    std::copy_n(bytes.data() + pos, n, out);
+    return true;
+  }
+};
+
+struct FileSource {
+  int fd = -1;
+  bool read(std::uint64_t pos, unsigned char* out, std::size_t n) const {
+    std::size_t done = 0;
+    while (done < n) {
+      const ssize_t got = ::pread(fd, out + done, n - done, static_cast<off_t>(pos + done));
+      if (got <= 0) return false;
+      done += static_cast<std::size_t>(got);
+    }
+    return true;
+  }
+};
+
+struct App1Location {
+  std::uint64_t marker = 0;  // offset of 0xFF 0xE1
+  std::uint16_t length = 0;  // the segment's length field
+  std::uint64_t contentStart() const { return marker + 4; }
+  std::uint64_t contentLength() const { return length > 5 ? length - 2u : 0u; }
+};
+
+// Finds the first APP1 segment before the quantisation tables. Only APP1 and DQT are special;
+// every other marker is skipped by its length without checking its 0xFF prefix.
+template <typename Source>
+bool walkToApp1(const Source& source, App1Location& out, std::string& message) {
+  unsigned char b[2];
+  if (!source.read(0, b, 2) || b[0] != 0xFF || b[1] != 0xD8) {
+    appendMessage(message, kErrSoi);
+    return false;
+  }
+  std::uint64_t pos = 2;
+  while (true) {
+    if (!source.read(pos, b, 2)) {
+      appendMessage(message, kErrDqt);  // ran out of file without meeting APP1
+      return false;
+    }
+    if (b[0] == 0xFF && b[1] == 0xE1) break;
+    if (b[0] == 0xFF && b[1] == 0xDB) {
+      appendMessage(message, kErrDqt);
+      return false;
+    }
+    if (!source.read(pos + 2, b, 2)) {
+      appendMessage(message, kErrDqt);
+      return false;
+    }
+    pos += 2 + readU16(b, ByteOrder::big);
+  }
+  if (!source.read(pos + 2, b, 2) || readU16(b, ByteOrder::big) == 0) {
+    appendMessage(message, kErrApp1);
+    return false;
+  }
+  out.marker = pos;
+  out.length = readU16(b, ByteOrder::big);
+  return true;
+}
+
+const unsigned char* bytesOf(std::string_view s) { return reinterpret_cast<const unsigned char*>(s.data()); }
+
+// Reorders one value of each element to little-endian; single bytes stay.
+void toLittleEndian(std::string& data, std::uint16_t type) {
+  const std::size_t size = tiffTypeSize(type);
+  const std::size_t word = size == 8 ? 4 : size;  // rationals are two 32-bit words
+  if (word < 2) return;
+  for (std::size_t i = 0; i + word <= data.size(); i += word) std::reverse(data.begin() + i, data.begin() + i + word);
+}
+
+struct TiffReader {
+  std::string_view tiff;
+  ByteOrder order;
+
+  bool has(std::uint64_t offset, std::uint64_t n) const { return offset <= tiff.size() && n <= tiff.size() - offset; }
+  std::uint16_t u16(std::uint64_t offset) const { return readU16(bytesOf(tiff) + offset, order); }
+  std::uint32_t u32(std::uint64_t offset) const { return readU32(bytesOf(tiff) + offset, order); }
+
+  // Reads one directory at `offset` into `out`; `next` receives its next-IFD offset.
+  bool readDirectory(std::uint32_t offset, std::uint32_t directory, VectorI<TTifTag>& out, std::uint32_t& next,
+                     std::string& message) const {
+    if (!has(offset, 2)) {
+      appendMessage(message, kErrOutside);
+      return false;
+    }
+    const std::uint32_t count = u16(offset);
+    if (count > kMaxEntries) {
+      appendMessage(message, kErrTooManyTags);
+      return false;
+    }
+    const std::uint64_t entries = offset + 2ull;
+    if (!has(entries, 12ull * count + 4)) {
+      appendMessage(message, kErrOutside);
+      return false;
+    }
+    for (std::uint32_t i = 0; i < count; ++i) {
+      const std::uint64_t e = entries + 12ull * i;
+      TTifTag tag;
+      const std::uint16_t number = u16(e);
+      tag.directory = directory;
+      tag.key = keyOf(directory, number);
+      tag.type = u16(e + 2);
+      tag.count = u32(e + 4);
+      tag.value = u32(e + 8);
+      if (tag.type > kMaxTiffType) {
+        appendMessage(message, kErrTagType);
+        return false;
+      }
+      const std::uint64_t size = std::uint64_t{tag.count} * tiffTypeSize(tag.type);
+      if (size <= 4) {
+        tag.data.assign(tiff.substr(e + 8, size));
+      } else {
+        if (!has(tag.value, size)) {
+          appendMessage(message, kErrOutside);
+          return false;
+        }
+        tag.data.assign(tiff.substr(tag.value, size));
+      }
+      if (order == ByteOrder::big) toLittleEndian(tag.data, tag.type);
+      out.add(tag);
+    }
+    next = u32(entries + 12ull * count);
+    return true;
+  }
+};
+
+int findKey(const VectorI<TTifTag>& tags, std::uint16_t key) {
+  for (std::size_t i = 0; i < tags.size(); ++i)
+    if (tags[i].key == key) return static_cast<int>(i);
+  return -1;
+}
+
+std::uint32_t le32(const std::string& data, std::size_t offset) {
+  return data.size() >= offset + 4 ? readU32(bytesOf(data) + offset, ByteOrder::little) : 0;
+}
+
+// The system's rational rule: a numerator of 1 or less is the value itself.
+double rationalValue(const std::string& data, std::size_t index) {
+  const auto numerator = static_cast<std::int32_t>(le32(data, index * 8));
+  const std::uint32_t denominator = le32(data, index * 8 + 4);
+  if (numerator >= 2) return static_cast<double>(numerator) / static_cast<double>(denominator);
+  return numerator;
+}
+
+std::int32_t clampToInt32(double x) {
+  constexpr double kMax = std::numeric_limits<std::int32_t>::max();
+  constexpr double kMin = std::numeric_limits<std::int32_t>::min();
+  if (!(x == x)) return 0;
+  return static_cast<std::int32_t>(std::clamp(std::trunc(x), kMin, kMax));
+}
+
+void appendRational(std::string& out, double x) {
+  std::int32_t numerator = 0;
+  std::uint32_t denominator = 1;
+  if (std::fabs(x - std::trunc(x)) >= kRationalFractionLimit) {
+    numerator = clampToInt32(x * kRationalDenominator);
+    denominator = static_cast<std::uint32_t>(kRationalDenominator);
+  } else {
+    numerator = clampToInt32(x);
+  }
+  appendI32(out, numerator, ByteOrder::little);
+  appendU32(out, denominator, ByteOrder::little);
+}
+
+std::string degreesMinutesSeconds(double v) {
+  const double degrees = std::trunc(v);
+  const double m = (v - degrees) * kMinutesPerDegree;
+  const double minutes = std::trunc(m);
+  const double seconds = (m - minutes) * kMinutesPerDegree;
+  std::string out;
+  appendRational(out, degrees);
+  appendRational(out, minutes);
+  appendRational(out, seconds);
+  return out;
+}
+
+void putU32(std::string& out, std::size_t at, std::uint32_t v) {
+  std::string bytes;
+  appendU32(bytes, v, ByteOrder::little);
+  out.replace(at, 4, bytes);
+}
+
+void alignEven(std::string& out) {
+  if (out.size() % 2 != 0) out += '\0';
+}
+
+}  // namespace
+
+std::size_t tiffTypeSize(std::uint16_t type) {
+  switch (type) {
+    case 3: return 2;
+    case 4: case 9: return 4;
+    case 5: case 10: return 8;
+    default: return 1;
+  }
+}
+
+std::uint16_t tagNumberOf(std::uint32_t directory, std::uint16_t key) {
+  return directory == kGpsIfd ? key : static_cast<std::uint16_t>((key >> 8) | (key << 8));
+}
+
+std::uint16_t keyOf(std::uint32_t directory, std::uint16_t tagNumber) { return tagNumberOf(directory, tagNumber); }
+
+std::string TTifTag::valueText() const {
+  if (type == kTypeAscii) {
+    const std::size_t end = data.find('\0');
+    return data.substr(0, end);
+  }
+  constexpr std::size_t kMaxValues = 64;
+  std::string text;
+  const std::size_t size = tiffTypeSize(type);
+  const std::size_t n = data.size() / size;
+  const unsigned char* p = bytesOf(data);
+  char buffer[32];
+  for (std::size_t i = 0; i < n && i < kMaxValues; ++i) {
+    if (i > 0) text += ',';
+    switch (type) {
+      case kTypeShort: std::snprintf(buffer, sizeof buffer, "%u", readU16(p + 2 * i, ByteOrder::little)); break;
+      case kTypeLong: std::snprintf(buffer, sizeof buffer, "%u", readU32(p + 4 * i, ByteOrder::little)); break;
+      case 9: std::snprintf(buffer, sizeof buffer, "%d", readI32(p + 4 * i, ByteOrder::little)); break;
+      case kTypeRational:
+        std::snprintf(buffer, sizeof buffer, "%u/%u", readU32(p + 8 * i, ByteOrder::little),
+                      readU32(p + 8 * i + 4, ByteOrder::little));
+        break;
+      case kTypeSRational:
+        std::snprintf(buffer, sizeof buffer, "%d/%d", readI32(p + 8 * i, ByteOrder::little),
+                      readI32(p + 8 * i + 4, ByteOrder::little));
+        break;
+      default: std::snprintf(buffer, sizeof buffer, "%u", p[i]); break;
+    }
+    text += buffer;
+  }
+  if (n > kMaxValues) text += ",...";
+  return text;
+}
+
+DateTimeRecord parseExifDateTime(std::string_view text) {
+  text = text.substr(0, text.find('\0'));
+  std::vector<std::string> fields;
+  std::size_t pos = 0;
+  // Delimiters " :" with runs collapsed, as a token scanner does.
+  while (pos < text.size()) {
+    const std::size_t start = text.find_first_not_of(" :", pos);
+    if (start == std::string_view::npos) break;
+    const std::size_t end = std::min(text.find_first_of(" :", start), text.size());
+    fields.emplace_back(text.substr(start, end - start));
+    pos = end;
+  }
+  DateTimeRecord r;
+  if (fields.size() < 6) return r;
+  r.year = std::atoi(fields[0].c_str());
+  r.month = std::atoi(fields[1].c_str());
+  r.day = std::atoi(fields[2].c_str());
+  r.hour = std::atoi(fields[3].c_str());
+  r.minute = std::atoi(fields[4].c_str());
+  r.seconds = std::atof(fields[5].c_str());
+  return r;
+}
+
+bool TJpegExif::Read(const std::filesystem::path& file, std::string& message) {
+  const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    appendMessage(message, kErrFileNotFound);
+    return false;
+  }
+  FileSource source{fd};
+  App1Location app1;
+  std::string segment;
+  bool ok = walkToApp1(source, app1, message);
+  if (ok) {
+    segment.resize(app1.contentLength());
+    ok = source.read(app1.contentStart(), reinterpret_cast<unsigned char*>(segment.data()), segment.size());
+    if (!ok) appendMessage(message, kErrApp1);
+  }
+  ::close(fd);
+  if (!ok) return false;
+  fileName_ = file;
+  return readTiff(segment, message);
+}
+
+bool TJpegExif::ReadBytes(std::string_view jpeg, std::string& message) {
+  MemorySource source{jpeg};
+  App1Location app1;
+  if (!walkToApp1(source, app1, message)) return false;
+  if (app1.contentStart() + app1.contentLength() > jpeg.size()) {
+    appendMessage(message, kErrApp1);
+    return false;
+  }
+  return readTiff(jpeg.substr(app1.contentStart(), app1.contentLength()), message);
+}
+
+bool TJpegExif::readTiff(std::string_view segment, std::string& message) {
+  if (segment.substr(0, kExifHeader.size()) != kExifHeader) {
+    appendMessage(message, kErrExifHeader);
+    return false;
+  }
+  const std::string_view tiff = segment.substr(kExifHeader.size());
+  if (tiff.size() < 8 || (tiff.substr(0, 2) != "II" && tiff.substr(0, 2) != "MM")) {
+    appendMessage(message, kErrTiffHeader);
+    return false;
+  }
+  const bool intel = tiff.substr(0, 2) == "II";
+  const TiffReader reader{tiff, intel ? ByteOrder::little : ByteOrder::big};
+  if (reader.u16(2) != kTiffMagic) {
+    appendMessage(message, kErrTiffHeader);
+    return false;
+  }
+  if (reader.u32(4) != kIfd0Offset) {
+    appendMessage(message, kErrIfd0Offset);
+    return false;
+  }
+  VectorI<TTifTag> tags;
+  std::uint32_t ifd1Offset = 0, next = 0;
+  if (!reader.readDirectory(kIfd0Offset, kIfd0, tags, ifd1Offset, message)) return false;
+  const int exifPointer = findKey(tags, kKeyExifIfdPointer);
+  if (exifPointer >= 0) {
+    if (!reader.readDirectory(tags[exifPointer].value, kExifIfd, tags, next, message)) return false;
+    if (next != 0) appendMessage(message, kWarnNextExif);
+  }
+  const int gpsPointer = findKey(tags, kKeyGpsIfdPointer);
+  if (gpsPointer >= 0 && !reader.readDirectory(tags[gpsPointer].value, kGpsIfd, tags, next, message)) return false;
+  if (ifd1Offset != 0) {
+    if (!reader.readDirectory(ifd1Offset, kIfd1, tags, next, message)) return false;
+    if (next != 0) appendMessage(message, kWarnNextIfd1);
+  }
+
+  // Beyond the four directories: what the writer must carry so that nothing points astray.
+  std::string thumbnail;
+  bool thumbnailValid = false;
+  const int thumbOffset = findKey(tags, kKeyThumbnailOffset);
+  const int thumbLength = findKey(tags, kKeyThumbnailLength);
+  if (thumbOffset >= 0 && thumbLength >= 0 && tags[thumbOffset].directory == kIfd1) {
+    const std::uint32_t offset = le32(tags[thumbOffset].data, 0), length = le32(tags[thumbLength].data, 0);
+    thumbnailValid = reader.has(offset, length);
+    if (thumbnailValid) thumbnail.assign(tiff.substr(offset, length));
+  }
+  VectorI<TTifTag> interop;
+  bool interopValid = false;
+  const int interopPointer = findKey(tags, kKeyInteropPointer);
+  if (interopPointer >= 0 && tags[interopPointer].directory == kExifIfd) {
+    std::string ignored;
+    interopValid = reader.readDirectory(tags[interopPointer].value, kInteropDirectory, interop, next, ignored);
+  }
+  const int makerNote = findKey(tags, kKeyMakerNote);
+
+  intel_ = intel;
+  makerNoteOffset_ = makerNote >= 0 ? tags[makerNote].value : 0;
+  tags_ = std::move(tags);
+  thumbnail_ = std::move(thumbnail);
+  thumbnailValid_ = thumbnailValid;
+  interop_ = interopValid ? std::move(interop) : VectorI<TTifTag>{};
+  interopValid_ = interopValid;
+  return true;
+}
+
+bool TJpegExif::ReadDateTime(DateTimeRecord& out, std::string& message) const {
+  DateTimeRecord dateTime, original, digitized;
+  for (const TTifTag& tag : tags_) {
+    if (tag.key == kKeyDateTime) dateTime = parseExifDateTime(tag.data);
+    if (tag.key == kKeyDateTimeOriginal) original = parseExifDateTime(tag.data);
+    if (tag.key == kKeyDateTimeDigitized) digitized = parseExifDateTime(tag.data);  // read, never used
+  }
+  if (!original.isEmpty()) {
+    out = original;
+    return true;
+  }
+  if (!dateTime.isEmpty()) {
+    out = dateTime;
+    return true;
+  }
+  appendMessage(message, kErrNoDate);
+  return false;
+}
+
+bool TJpegExif::ReadGps(ExifGpsPosition& out, std::string& message) const {
+  char latRef = 'X', lonRef = 'X';
+  std::array<double, 3> lat = {kNoDegrees, 0, 0}, lon = {kNoDegrees, 0, 0};
+  double alt = 0.0;
+  std::string datum(kWgs84Name);
+  for (const TTifTag& tag : tags_) {
+    switch (tag.key) {
+      case kGpsLatitudeRef: if (!tag.data.empty()) latRef = tag.data[0]; break;
+      case kGpsLongitudeRef: if (!tag.data.empty()) lonRef = tag.data[0]; break;
+      case kGpsLatitude:
+        for (std::size_t i = 0; i < 3 && i < tag.count; ++i) lat[i] = rationalValue(tag.data, i);
+        break;
+      case kGpsLongitude:
+        for (std::size_t i = 0; i < 3 && i < tag.count; ++i) lon[i] = rationalValue(tag.data, i);
+        break;
+      case kGpsAltitude: alt = rationalValue(tag.data, 0); break;
+      case kGpsMapDatum: datum = tag.data.substr(0, tag.data.find('\0')); break;
+      default: break;
+    }
+  }
+  constexpr double kDegreesMissing = -999.0;
+  if (latRef == 'X' || lonRef == 'X' || lat[0] < kDegreesMissing || lon[0] < kDegreesMissing) {
+    appendMessage(message, kErrGpsSections);
+    return false;
+  }
+  double latDeg = lat[0] + lat[1] / kMinutesPerDegree + lat[2] / kSecondsPerDegree;
+  double lonDeg = lon[0] + lon[1] / kMinutesPerDegree + lon[2] / kSecondsPerDegree;
+  constexpr double kMaxLat = 90.0, kMaxLon = 180.0;
+  if (!(std::fabs(lonDeg) <= kMaxLon) || !(std::fabs(latDeg) <= kMaxLat)) {
+    appendMessage(message, kErrGpsValues);
+    return false;
+  }
+  if (lonDeg > 0 && lonRef == 'W') lonDeg = -lonDeg;
+  if (latDeg > 0 && latRef == 'S') latDeg = -latDeg;
+  out.lat = latDeg;
+  out.lon = lonDeg;
+  out.altM = alt;
+  out.datumName = std::move(datum);
+  return true;
+}
+
+void TJpegExif::SetGpsWgs84(const TCoord& p) {
+  static constexpr unsigned char kVersion[] = {2, 0, 0, 0};
+  SetTag(kGpsIfd, kGpsVersionId, kTypeByte, 4, std::string_view(reinterpret_cast<const char*>(kVersion), 4));
+  SetTag(kGpsIfd, kGpsLatitudeRef, kTypeAscii, 2, std::string_view(p.lat < 0 ? "S" : "N", 2));
+  SetTag(kGpsIfd, kGpsLatitude, kTypeRational, 3, degreesMinutesSeconds(std::fabs(p.lat)));
+  SetTag(kGpsIfd, kGpsLongitudeRef, kTypeAscii, 2, std::string_view(p.lon < 0 ? "W" : "E", 2));
+  SetTag(kGpsIfd, kGpsLongitude, kTypeRational, 3, degreesMinutesSeconds(std::fabs(p.lon)));
+  SetTag(kGpsIfd, kGpsAltitudeRef, kTypeByte, 1, std::string_view("\0", 1));
+  std::string altitude;  // a negative altitude stays in the numerator; the reference stays 0
+  appendRational(altitude, p.alt);
+  SetTag(kGpsIfd, kGpsAltitude, kTypeRational, 1, altitude);
+  SetTag(kGpsIfd, kGpsMapDatum, kTypeAscii, static_cast<std::uint32_t>(kWgs84Name.size()), kWgs84Name);
+  if (FindTag(kIfd0, kKeyGpsIfdPointer) < 0)
+    SetTag(kIfd0, kKeyGpsIfdPointer, kTypeLong, 1, std::string_view("\0\0\0\0", 4));
+  // A second GPS entry under a key just set would contradict the new position: drop it.
+  for (std::uint16_t key : {kGpsVersionId, kGpsLatitudeRef, kGpsLatitude, kGpsLongitudeRef, kGpsLongitude,
+                            kGpsAltitudeRef, kGpsAltitude, kGpsMapDatum}) {
+    const int kept = findKey(tags_, key);
+    for (std::size_t i = tags_.size(); i-- > 0;)
+      if (static_cast<int>(i) != kept && tags_[i].key == key && tags_[i].directory == kGpsIfd) tags_.erase(i);
+  }
+}
+
+TTifTag& TJpegExif::SetTag(std::uint32_t directory, std::uint16_t key, std::uint16_t type, std::uint32_t count,
+                           std::string_view data) {
+  const int found = findKey(tags_, key);
+  TTifTag* tag = nullptr;
+  if (found >= 0) {
+    tag = &tags_[found];
+  } else {
+    TTifTag fresh;
+    fresh.key = key;
+    fresh.directory = directory;
+    tags_.add(fresh);
+    tag = &tags_[tags_.size() - 1];
+  }
+  tag->type = type;
+  tag->count = count;
+  tag->data.assign(data.substr(0, std::min<std::size_t>(data.size(), std::size_t{count} * tiffTypeSize(type))));
+  tag->data.resize(std::size_t{count} * tiffTypeSize(type), '\0');
+  return *tag;
+}
+
+int TJpegExif::FindTag(std::uint32_t directory, std::uint16_t key) const {
+  for (std::size_t i = 0; i < tags_.size(); ++i)
+    if (tags_[i].directory == directory && tags_[i].key == key) return static_cast<int>(i);
+  return -1;
+}
+
+int TJpegExif::CountTags(std::uint32_t directory) const {
+  return static_cast<int>(std::count_if(tags_.begin(), tags_.end(),
+                                        [directory](const TTifTag& t) { return t.directory == directory; }));
+}
+
+std::string TJpegExif::Dump() const {
+  std::string out;
+  char key[8];
+  for (const TTifTag& tag : tags_) {
+    std::snprintf(key, sizeof key, "%04X", tag.key);
+    out += key;
+    out += " , id=" + std::string(exifTagLabel(tag.directory, tag.key));
+    out += " , type=" + std::to_string(tag.type);
+    out += " , len=" + std::to_string(tag.count);
+    out += " , data=" + tag.valueText() + "\n";
+  }
+  return out;
+}
+
+bool TJpegExif::stampDateTime(std::string& message) {
+  DateTimeRecord record;
+  std::string ignored;
+  if (!ReadDateTime(record, ignored)) {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    char text[64];
+    std::snprintf(text, sizeof text, "%d-%02d-%02d %02d:%02d:%02d", local.tm_year + 1900, local.tm_mon + 1,
+                  local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+    std::string stamp(text);
+    std::replace(stamp.begin(), stamp.end(), '-', ':');
+    const auto count = static_cast<std::uint32_t>(stamp.size());
+    for (std::uint16_t key : {kKeyDateTime, kKeyDateTimeOriginal, kKeyDateTimeDigitized})
+      SetTag(kExifIfd, key, kTypeAscii, count, stamp);
+    if (!ReadDateTime(record, message)) return false;
+  }
+  if (FindTag(kIfd0, kKeyExifIfdPointer) < 0)
+    SetTag(kIfd0, kKeyExifIfdPointer, kTypeLong, 1, std::string_view("\0\0\0\0", 4));
+  return true;
+}
+
+std::string TJpegExif::buildExifSegment() {
+  // Pointers are written as one LONG whatever the source had, so that their patched value is the
+  // only thing a reader follows.
+  for (TTifTag& tag : tags_) {
+    const bool pointer = (tag.directory == kIfd0 && (tag.key == kKeyExifIfdPointer || tag.key == kKeyGpsIfdPointer)) ||
+                         (tag.directory == kExifIfd && tag.key == kKeyInteropPointer) ||
+                         (tag.directory == kIfd1 && (tag.key == kKeyThumbnailOffset || tag.key == kKeyThumbnailLength));
+    if (pointer && (tag.type != kTypeLong || tag.count != 1)) {
+      tag.type = kTypeLong;
+      tag.count = 1;
+      tag.data.assign(4, '\0');
+    }
+  }
+  const ByteOrder sourceOrder = intel_ ? ByteOrder::little : ByteOrder::big;
+  const int makerIndex = FindTag(kExifIfd, kKeyMakerNote);
+  MakerNotePlan makerPlan;
+  if (makerIndex >= 0) makerPlan = planMakerNote(tags_[makerIndex].data, makerNoteOffset_, sourceOrder);
+
+  auto carried = [&](const TTifTag& tag) {
+    const std::uint16_t number = tag.tagNumber();
+    if (tag.directory != kGpsIfd &&
+        std::find(kUnrebuiltPointerTags.begin(), kUnrebuiltPointerTags.end(), number) != kUnrebuiltPointerTags.end())
+      return false;
+    if (tag.key == kKeyInteropPointer && tag.directory == kExifIfd && !interopValid_) return false;
+    if (tag.key == kKeyMakerNote && tag.directory == kExifIfd && !makerPlan.keep) return false;
+    if ((tag.key == kKeyThumbnailOffset || tag.key == kKeyThumbnailLength) && tag.directory == kIfd1 &&
+        !thumbnailValid_)
+      return false;
+    return true;
+  };
+  auto entriesOf = [&](VectorI<TTifTag>& list, std::uint32_t directory) {
+    std::vector<TTifTag*> entries;
+    for (TTifTag& tag : list)
+      if (tag.directory == directory && carried(tag)) entries.push_back(&tag);
+    // Ascending tag numbers, as TIFF readers expect; equal numbers keep their order.
+    std::stable_sort(entries.begin(), entries.end(),
+                     [](const TTifTag* a, const TTifTag* b) { return a->tagNumber() < b->tagNumber(); });
+    return entries;
+  };
+
+  std::string t("II", 2);
+  appendU16(t, kTiffMagic, ByteOrder::little);
+  appendU32(t, kIfd0Offset, ByteOrder::little);
+  // Writes one directory and its out-of-line data; returns its offset and its next-IFD field.
+  auto writeDirectory = [&](const std::vector<TTifTag*>& entries, std::size_t& nextField) {
+    alignEven(t);
+    const auto start = static_cast<std::uint32_t>(t.size());
+    appendU16(t, static_cast<std::uint16_t>(entries.size()), ByteOrder::little);
+    for (TTifTag* tag : entries) {
+      tag->writePosition = static_cast<std::uint32_t>(t.size());
+      appendU16(t, tag->tagNumber(), ByteOrder::little);
+      appendU16(t, tag->type, ByteOrder::little);
+      appendU32(t, tag->count, ByteOrder::little);
+      std::string inlineValue = tag->data.size() <= 4 ? tag->data : std::string();
+      inlineValue.resize(4, '\0');
+      t += inlineValue;
+    }
+    nextField = t.size();
+    appendU32(t, 0, ByteOrder::little);
+    for (TTifTag* tag : entries) {
+      if (tag->data.size() <= 4) continue;
+      alignEven(t);
+      const auto offset = static_cast<std::uint32_t>(t.size());
+      putU32(t, tag->writePosition + 8, offset);
+      if (tag->key == kKeyMakerNote && tag->directory == kExifIfd) {
+        std::string note = tag->data;
+        shiftMakerNote(note, makerPlan, std::int64_t{offset} - makerNoteOffset_);
+        t += note;
+      } else {
+        t += tag->data;
+      }
+    }
+    return start;
+  };
+  auto patchPointer = [&](std::uint32_t directory, std::uint16_t key, std::uint32_t target) {
+    const int i = FindTag(directory, key);
+    if (i >= 0) putU32(t, tags_[i].writePosition + 8, target);
+  };
+
+  std::size_t ifd0Next = 0, ignoredNext = 0;
+  writeDirectory(entriesOf(tags_, kIfd0), ifd0Next);
+  if (FindTag(kIfd0, kKeyExifIfdPointer) >= 0)
+    patchPointer(kIfd0, kKeyExifIfdPointer, writeDirectory(entriesOf(tags_, kExifIfd), ignoredNext));
+  if (interopValid_ && FindTag(kExifIfd, kKeyInteropPointer) >= 0)
+    patchPointer(kExifIfd, kKeyInteropPointer, writeDirectory(entriesOf(interop_, kInteropDirectory), ignoredNext));
+  if (FindTag(kIfd0, kKeyGpsIfdPointer) >= 0)
+    patchPointer(kIfd0, kKeyGpsIfdPointer, writeDirectory(entriesOf(tags_, kGpsIfd), ignoredNext));
+  const std::vector<TTifTag*> ifd1 = entriesOf(tags_, kIfd1);
+  if (!ifd1.empty()) {
+    putU32(t, ifd0Next, writeDirectory(ifd1, ignoredNext));
+    if (thumbnailValid_) {
+      const auto offset = static_cast<std::uint32_t>(t.size());
+      t += thumbnail_;
+      patchPointer(kIfd1, kKeyThumbnailOffset, offset);
+      patchPointer(kIfd1, kKeyThumbnailLength, static_cast<std::uint32_t>(thumbnail_.size()));
+    }
+  }
+  return std::string(kExifHeader) + t;
+}
+
+bool TJpegExif::Render(std::string& jpeg, std::string& message) {
+  std::string source;
+  if (!readWholeFile(fileName_, source, message)) {
+    appendMessage(message, kErrFileNotFound);
+    return false;
+  }
+  return RenderBytes(source, jpeg, message);
+}
+
+bool TJpegExif::RenderBytes(std::string_view source, std::string& jpeg, std::string& message) {
+  App1Location app1;
+  if (!walkToApp1(MemorySource{source}, app1, message)) return false;
+  const std::uint64_t restStart = app1.length > 5 ? app1.contentStart() + app1.contentLength() : app1.contentStart();
+  if (restStart > source.size()) {
+    appendMessage(message, kErrApp1);
+    return false;
+  }
+  if (!stampDateTime(message)) return false;
+  SetTag(kExifIfd, kKeySoftware, kTypeAscii, static_cast<std::uint32_t>(kSoftware.size()), kSoftware);
+  const std::string exif = buildExifSegment();
+  if (exif.size() > kMaxSegmentData) {
+    appendMessage(message, kErrTooLarge);
+    return false;
+  }
+  jpeg.clear();
+  jpeg.reserve(4 + exif.size() + (source.size() - restStart));
+  jpeg += "\xFF\xD8\xFF\xE1";
+  appendU16(jpeg, static_cast<std::uint16_t>(exif.size() + 2), ByteOrder::big);
+  jpeg += exif;
+  jpeg.append(source.substr(restStart));
+  return true;
+}
+
+bool TJpegExif::Write(const std::filesystem::path& target, bool mustNotExist, std::string& message) {
+  std::string jpeg;
+  if (!Render(jpeg, message)) return false;
+  SafeWriteOptions options;
+  options.mustNotExist = mustNotExist;
+  if (!writeFileSafely(target, jpeg, options, message)) {
+    appendMessage(message, kErrCreateFile);
+    return false;
+  }
+  fileName_ = target;
+  return true;
+}
+
+bool TJpegExif::ReadPosition(TCoord& point, int& datum, std::string& message) const {
+  ExifGpsPosition gps;
+  if (!ReadGps(gps, message)) return false;
+  const int index = datumTable().findByName(gps.datumName);
+  if (index < 0) {
+    appendMessage(message, std::string(kErrUnknownDatum) + gps.datumName);
+    return false;
+  }
+  point.lat = gps.lat;
+  point.lon = gps.lon;
+  point.alt = static_cast<float>(gps.altM);
+  datum = index;
+  return true;
+}
+
+bool TJpegExif::SetGpsPosition(const TCoord& point, int datum, std::string& message) {
+  TCoord wgs84 = point;
+  if (!datumTable().Transforma_Grados_Datum(wgs84, datum, kDatumWgs84, message)) return false;
+  SetGpsWgs84(wgs84);
+  return true;
+}
+
+}  // namespace pixtrail

@@ -1,0 +1,135 @@
+#include "app/GeotagJob.hpp"
+
+#include <gtest/gtest.h>
+
+#include "photos/TJpegExif.hpp"
+#include "tests/photos/exif_builder.hpp"
+#include "tests/support/datum_fixture.hpp"
+#include "tests/support/test_support.hpp"
+
+namespace pixtrail {
+namespace {
+
+TEST(GeotagClockOffset, ReadsSignedHoursMinutesSeconds) {
+  const struct {
+    const char* text;
+    bool ok;
+    double seconds;
+  } rows[] = {
+      {"+01:00:00", true, 3600}, {"-00:00:30", true, -30}, {"01:02:03", true, 3723}, {"00:00:00.5", true, 0.5},
+      {"-25:00:00", true, -90000},  // a camera a day and an hour behind
+      {"1:2", false, 0},         {"aa:00:00", false, 0},   {"00:60:00", false, 0}, {"00:00:60", false, 0},
+      {"", false, 0},            {"+-01:00:00", false, 0}, {"01:00:00:00", false, 0},
+  };
+  for (const auto& row : rows) {
+    double seconds = 12345;
+    EXPECT_EQ(parseClockOffset(row.text, seconds), row.ok) << row.text;
+    if (row.ok) {
+      EXPECT_DOUBLE_EQ(seconds, row.seconds) << row.text;
+    }
+  }
+}
+
+std::unique_ptr<TVolGPS> trackFrom(int hour, double lat0) {
+  auto t = std::make_unique<TVolGPS>();
+  for (int i = 0; i < 3; ++i) {
+    auto p = std::make_unique<TPuntVol>();
+    p->position = {2.0, lat0 + 0.01 * i, 50.0f};
+    p->time = TPuntTiempo::fromRecord({1, 6, 2024, hour, 10 * i, 0.0});
+    p->stateFlags = TPuntVol::kValidData;
+    t->appendPoint(std::move(p));
+  }
+  std::string message;
+  t->Recalculate({}, message);
+  return t;
+}
+
+void writePhoto(const std::filesystem::path& file, const std::string& time) {
+  test::ExifLayout layout;
+  layout.ifd0 = {test::asciiEntry(0x010F, "Maker")};
+  if (!time.empty()) layout.exif = {test::asciiEntry(0x9003, time)};
+  test::writeFileBytes(file, test::buildJpeg(layout));
+}
+
+class GeotagJobTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_NO_FATAL_FAILURE(test::loadShippedDatums());
+    std::filesystem::create_directory(in.path() / "photos");
+    writePhoto(in / "photos/a.jpg", "2024:06:01 10:05:00");  // first track, half way
+    writePhoto(in / "photos/b.jpg", "2024:06:01 12:15:00");  // second track, three quarters
+    writePhoto(in / "photos/c.jpg", "2024:06:01 18:00:00");  // on neither
+    writePhoto(in / "photos/d.jpg", "");
+    tracks.add(trackFrom(10, 40.0));
+    tracks.add(trackFrom(12, 50.0));
+    options.inputs = {in / "photos"};
+    options.outDir = out.path() / "tagged";
+  }
+  test::TempDir in, out;
+  VectorP<TVolGPS> tracks;
+  GeotagOptions options;
+  std::vector<GeotagPhotoResult> results;
+  std::string message;
+};
+
+TEST_F(GeotagJobTest, FirstCoveringTrackWinsAndEveryPhotoIsAccountedFor) {
+  ASSERT_TRUE(geotagWithTracks(options, tracks, results, message)) << message;
+  ASSERT_EQ(results.size(), 4u);
+  EXPECT_EQ(results[0].status, GeotagStatus::Tagged);
+  EXPECT_NEAR(results[0].lat, 40.005, 0.002 / 3600);
+  EXPECT_EQ(results[1].status, GeotagStatus::Tagged);
+  EXPECT_NEAR(results[1].lat, 50.015, 0.002 / 3600);
+  EXPECT_EQ(results[2].status, GeotagStatus::NotCovered);
+  EXPECT_EQ(results[3].status, GeotagStatus::NoTime);
+  EXPECT_EQ(results[3].message, "No se ha detecado la fecha 0x3201");
+  const GeotagSummary s = summarise(results);
+  EXPECT_EQ(s.tagged + s.noTime + s.notCovered + s.failed, 4u);
+  EXPECT_EQ(s.tagged, 2u);
+
+  TJpegExif written;
+  ExifGpsPosition gps;
+  ASSERT_TRUE(written.Read(options.outDir / "b.jpg", message) && written.ReadGps(gps, message)) << message;
+  EXPECT_NEAR(gps.lat, 50.015, 0.002 / 3600);
+  EXPECT_FALSE(std::filesystem::exists(options.outDir / "c.jpg")) << "only tagged photos are written";
+  EXPECT_EQ(test::readFileBytes(in / "photos/a.jpg").find("OrvexGPS"), std::string::npos) << "source untouched";
+}
+
+TEST_F(GeotagJobTest, ClockOffsetMovesPhotosAlongTheTrack) {
+  options.offsetSeconds = -5 * 60;  // camera five minutes fast: 10:05 is 10:00 on the track
+  ASSERT_TRUE(geotagWithTracks(options, tracks, results, message)) << message;
+  EXPECT_NEAR(results[0].lat, 40.0, 0.002 / 3600);
+  EXPECT_NEAR(results[1].lat, 50.01, 0.002 / 3600);
+}
+
+TEST_F(GeotagJobTest, OutNeverOverwritesAndDryRunWritesNothing) {
+  std::filesystem::create_directories(options.outDir);
+  test::writeFileBytes(options.outDir / "a.jpg", "already here");
+  ASSERT_TRUE(geotagWithTracks(options, tracks, results, message)) << message;
+  EXPECT_EQ(results[0].status, GeotagStatus::Error);
+  EXPECT_EQ(results[0].message, "Error saving file");
+  EXPECT_EQ(test::readFileBytes(options.outDir / "a.jpg"), "already here");
+  EXPECT_EQ(results[1].status, GeotagStatus::Tagged) << "one failure does not stop the others";
+
+  GeotagOptions dry = options;
+  dry.outDir = out.path() / "dry";
+  dry.dryRun = true;
+  ASSERT_TRUE(geotagWithTracks(dry, tracks, results, message)) << message;
+  EXPECT_FALSE(std::filesystem::exists(dry.outDir));
+  EXPECT_EQ(results[0].status, GeotagStatus::Tagged);
+  EXPECT_NE(results[0].planned.find("0002 , id=GPS-Latitude , type=5 , len=3 , data=40/1,0/1,1"),
+            std::string::npos)
+      << results[0].planned;
+  EXPECT_NE(results[0].planned.find("id=Software Used"), std::string::npos) << results[0].planned;
+}
+
+TEST_F(GeotagJobTest, MarksTheTrackThatPlacedEachPhoto) {
+  options.markTrackFile = out / "marked.trk";
+  ASSERT_TRUE(geotagWithTracks(options, tracks, results, message)) << message;
+  EXPECT_EQ(tracks[0].pointCount(), 4u);
+  EXPECT_EQ(tracks[1].pointCount(), 4u);
+  EXPECT_EQ(tracks[0].point(1).coursePoint->comment, "a.jpg");
+  EXPECT_EQ(tracks[1].point(2).coursePoint->comment, "b.jpg");
+}
+
+}  // namespace
+}  // namespace pixtrail

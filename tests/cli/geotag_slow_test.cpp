@@ -1,0 +1,78 @@
+// An in-place geotag run killed half way, several times over.
+
+#include <gtest/gtest.h>
+
+#include "photos/TJpegExif.hpp"
+#include "tests/support/test_support.hpp"
+
+namespace pixtrail {
+namespace {
+
+using test::shellQuote;
+
+// A walk north past the capture time of the Canon sample photo (2003-12-04 06:46:52).
+void writeTrack(const std::filesystem::path& file) {
+  std::string text = "G  WGS 84\r\nU  0\r\n";
+  for (int m = 40; m <= 55; ++m) {
+    char line[96];
+    std::snprintf(line, sizeof line, "T  - %.7f\xBAN 3.7000000\xBAW 04-DEC-03 06:%02d:00 N 650.0\r\n", 40.0 + 0.001 * m, m);
+    text += line;
+  }
+  test::writeFileBytes(file, text);
+}
+
+std::string restAfterExif(const std::string& jpeg) {
+  const std::size_t app1 = jpeg.find("\xFF\xE1");
+  const std::size_t length = (static_cast<unsigned char>(jpeg[app1 + 2]) << 8) | static_cast<unsigned char>(jpeg[app1 + 3]);
+  return jpeg.substr(app1 + 2 + length);
+}
+
+class GeotagKill : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    writeTrack(dir / "walk.trk");
+    std::filesystem::create_directory(dir / "photos");
+    original = test::readFileBytes(test::testData("photos/Canon.jpg"));
+  }
+  std::string run(const std::string& args) { return "geotag --track " + shellQuote((dir / "walk.trk").string()) + " " + args; }
+  test::TempDir dir;
+  std::string original;
+};
+
+// Killed at random moments of an in-place run, every photo is either untouched or completely
+// geotagged: never half-written, never missing.
+TEST_F(GeotagKill, KilledInPlaceRunLeavesNoDamagedPhoto) {
+  constexpr int kPhotos = 400;
+  for (int i = 0; i < kPhotos; ++i) test::writeFileBytes(dir / ("photos/p" + std::to_string(i) + ".jpg"), original);
+  const std::string rest = restAfterExif(original);
+  int interrupted = 0;
+  for (const char* delay : {"0.15", "0.3", "0.6", "1.0"}) {
+    test::runCommand("timeout -s KILL " + std::string(delay) + " " + shellQuote(PIXTRAIL_CLI_PATH) + " " +
+                     run("--in-place " + shellQuote((dir / "photos").string())) + " > /dev/null 2>&1");
+    int tagged = 0, untouched = 0;
+    for (int i = 0; i < kPhotos; ++i) {
+      const auto file = dir / ("photos/p" + std::to_string(i) + ".jpg");
+      ASSERT_TRUE(std::filesystem::exists(file)) << file;
+      const std::string bytes = test::readFileBytes(file);
+      if (bytes == original) {
+        ++untouched;
+        continue;
+      }
+      TJpegExif exif;
+      std::string message;
+      ExifGpsPosition gps;
+      ASSERT_TRUE(exif.Read(file, message) && exif.ReadGps(gps, message)) << file << ": " << message;
+      EXPECT_NEAR(gps.lat, 40.046 + 0.001 * 52.0 / 60.0, 0.002 / 3600) << file;
+      ASSERT_EQ(restAfterExif(bytes), rest) << file;
+      ++tagged;
+    }
+    EXPECT_EQ(tagged + untouched, kPhotos);
+    if (tagged > 0 && untouched > 0) ++interrupted;
+    // Start the next round from the originals again.
+    for (int i = 0; i < kPhotos; ++i) test::writeFileBytes(dir / ("photos/p" + std::to_string(i) + ".jpg"), original);
+  }
+  EXPECT_GT(interrupted, 0) << "no run was caught half way; the test proved nothing";
+}
+
+}  // namespace
+}  // namespace pixtrail

@@ -1,0 +1,89 @@
+// The geotag and exif commands as a user runs them, including a run killed half way.
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "photos/TJpegExif.hpp"
+#include "tests/support/test_support.hpp"
+
+namespace pixtrail {
+namespace {
+
+using test::shellQuote;
+
+// A walk north past the capture time of the Canon sample photo (2003-12-04 06:46:52).
+void writeTrack(const std::filesystem::path& file) {
+  std::string text = "G  WGS 84\r\nU  0\r\n";
+  for (int m = 40; m <= 55; ++m) {
+    char line[96];
+    std::snprintf(line, sizeof line, "T  - %.7f\xBAN 3.7000000\xBAW 04-DEC-03 06:%02d:00 N 650.0\r\n", 40.0 + 0.001 * m, m);
+    text += line;
+  }
+  test::writeFileBytes(file, text);
+}
+
+class GeotagCommand : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    writeTrack(dir / "walk.trk");
+    std::filesystem::create_directory(dir / "photos");
+    original = test::readFileBytes(test::testData("photos/Canon.jpg"));
+  }
+  std::string run(const std::string& args) { return "geotag --track " + shellQuote((dir / "walk.trk").string()) + " " + args; }
+  test::TempDir dir;
+  std::string original;
+};
+
+TEST_F(GeotagCommand, JsonReportsEveryPhotoAndOutNeverOverwrites) {
+  test::writeFileBytes(dir / "photos/canon.jpg", original);
+  test::writeFileBytes(dir / "photos/casio.jpg", test::readFileBytes(test::testData("photos/Casio.jpg")));
+  test::writeFileBytes(dir / "photos/afcp.jpg", test::readFileBytes(test::testData("photos/AFCP.jpg")));
+  const std::string out = (dir / "out").string();
+  auto r = test::runPixtrail(run("--json --out " + shellQuote(out) + " " + shellQuote((dir / "photos").string())));
+  ASSERT_EQ(r.status, 1) << r.err;  // AFCP has no EXIF block: one failure
+  const nlohmann::json rows = nlohmann::json::parse(r.out);
+  ASSERT_EQ(rows.size(), 3u);
+  EXPECT_EQ(rows[0]["status"], "error");
+  EXPECT_EQ(rows[0]["message"], "Error Define Quantization Table");
+  EXPECT_EQ(rows[1]["status"], "tagged");
+  EXPECT_EQ(rows[1]["time"], "2003-12-04T06:46:52");
+  // 06:46:52 lies 52/60 of the way from 06:46 (40.046) to 06:47 (40.047).
+  EXPECT_NEAR(rows[1]["lat"].get<double>(), 40.046 + 0.001 * 52.0 / 60.0, 0.002 / 3600);
+  EXPECT_NEAR(rows[1]["lon"].get<double>(), -3.7, 0.002 / 3600);
+  EXPECT_EQ(rows[2]["status"], "not-covered");  // Casio: year 2000
+  EXPECT_TRUE(rows[2]["lat"].is_null());
+
+  // A second run finds the tagged photo there already and leaves it alone.
+  const std::string first = test::readFileBytes(dir / "out/canon.jpg");
+  r = test::runPixtrail(run("--out " + shellQuote(out) + " " + shellQuote((dir / "photos/canon.jpg").string())));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("Error saving file"), std::string::npos) << r.err;
+  EXPECT_EQ(test::readFileBytes(dir / "out/canon.jpg"), first);
+}
+
+TEST_F(GeotagCommand, UsageErrorsExitWithTwo) {
+  test::writeFileBytes(dir / "photos/canon.jpg", original);
+  const std::string photo = shellQuote((dir / "photos/canon.jpg").string());
+  EXPECT_EQ(test::runPixtrail(run(photo)).status, 2) << "neither --out nor --in-place";
+  EXPECT_EQ(test::runPixtrail(run("--in-place --offset 1h " + photo)).status, 2);
+  EXPECT_EQ(test::runPixtrail("geotag --track nowhere.trk --in-place " + photo).status, 2);
+  EXPECT_EQ(test::readFileBytes(dir / "photos/canon.jpg"), original);
+}
+
+TEST_F(GeotagCommand, ExifShowsWhatExiftoolReads) {
+  const auto r = test::runPixtrail("exif --json " + shellQuote(test::testData("photos/Casio.jpg").string()));
+  ASSERT_EQ(r.status, 0) << r.err;
+  const nlohmann::json j = nlohmann::json::parse(r.out);
+  EXPECT_EQ(j["byte_order"], "MM");               // exiftool: Big-endian (Motorola, MM)
+  EXPECT_EQ(j["time"], "2000-03-31T10:44:15");    // exiftool: DateTimeOriginal 2000:03:31 10:44:15
+  EXPECT_TRUE(j["position"].is_null());
+  bool make = false;
+  for (const auto& tag : j["tags"])
+    if (tag["label"] == "Make") make = tag["value"] == "CASIO";  // exiftool: Make CASIO
+  EXPECT_TRUE(make) << r.out;
+  EXPECT_EQ(test::runPixtrail("exif " + shellQuote(test::testData("photos/AFCP.jpg").string())).status, 2);
+}
+
+}  // namespace
+}  // namespace pixtrail
