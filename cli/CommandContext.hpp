@@ -19,6 +19,10 @@ struct GlobalOptions {
 
 void addGlobalOptions(CLI::App& app, GlobalOptions& options);
 
+// Runs the start-up sequence (configuration, datum table, working datum, language file) for a
+// command; messages, warnings included, go to stderr. False when the program cannot go on.
+bool startCommand(const GlobalOptions& options);
+
 // A subcommand's callback stores its exit status here; main returns it.
 struct CommandResult {
   int status = kExitOk;

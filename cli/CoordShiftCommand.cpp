@@ -66,10 +66,8 @@ int runCoordShift(const CoordShiftOptions& options, const GlobalOptions& global)
     std::fprintf(stderr, "%s\n", options.batch ? "--batch takes no position" : "Expected LAT LON [ALT]");
     return kExitUsage;
   }
+  if (!startCommand(global)) return kExitUsage;
   std::string message;
-  const bool started = startSystem(StartupOptions{global.dataDir, global.configFile, global.datum}, message);
-  if (!message.empty()) std::fprintf(stderr, "%s\n", message.c_str());
-  if (!started) return kExitUsage;
   const TListaDatums& table = datumTable();
   const int from = table.findByName(options.from);
   const int to = table.findByName(options.to);

@@ -61,10 +61,7 @@ void setupDatums(CLI::App& parent, const GlobalOptions& global, CommandResult& r
 }
 
 int runDatums(const DatumsOptions& options, const GlobalOptions& global) {
-  std::string message;
-  const bool started = startSystem(StartupOptions{global.dataDir, global.configFile, global.datum}, message);
-  if (!message.empty()) std::fprintf(stderr, "%s\n", message.c_str());
-  if (!started) return kExitUsage;
+  if (!startCommand(global)) return kExitUsage;
   if (options.json) printJson(datumTable());
   else printTable(datumTable());
   return kExitOk;

@@ -68,14 +68,7 @@ void setupExif(CLI::App& parent, const GlobalOptions& global, CommandResult& res
 
 int runExif(const ExifCommandOptions& options, const GlobalOptions& global) {
   std::string message;
-  StartupOptions startup;
-  startup.dataDir = global.dataDir;
-  startup.configFile = global.configFile;
-  startup.workingDatum = global.datum;
-  if (!startSystem(startup, message)) {
-    std::fprintf(stderr, "%s\n", message.c_str());
-    return kExitUsage;
-  }
+  if (!startCommand(global)) return kExitUsage;
   nlohmann::json all = nlohmann::json::array();
   std::size_t failed = 0;
   for (const std::string& file : options.files) {

@@ -98,14 +98,7 @@ void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& r
 
 int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global) {
   std::string message;
-  StartupOptions startup;
-  startup.dataDir = global.dataDir;
-  startup.configFile = global.configFile;
-  startup.workingDatum = global.datum;
-  if (!startSystem(startup, message)) {
-    std::fprintf(stderr, "%s\n", message.c_str());
-    return kExitUsage;
-  }
+  if (!startCommand(global)) return kExitUsage;
   GeotagOptions job;
   for (const auto& t : options.tracks) job.tracks.emplace_back(t);
   for (const auto& p : options.inputs) job.inputs.emplace_back(p);

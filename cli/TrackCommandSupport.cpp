@@ -10,15 +10,7 @@
 namespace pixtrail::cli {
 
 bool startTrackCommand(const GlobalOptions& global, TrackFileSettings& settings) {
-  std::string message;
-  StartupOptions startup;
-  startup.dataDir = global.dataDir;
-  startup.configFile = global.configFile;
-  startup.workingDatum = global.datum;
-  if (!startSystem(startup, message)) {
-    std::fprintf(stderr, "%s\n", message.c_str());
-    return false;
-  }
+  if (!startCommand(global)) return false;
   std::string warning;
   settings = trackFileSettingsFromConfiguration(warning);
   if (!warning.empty()) std::fprintf(stderr, "%s\n", warning.c_str());

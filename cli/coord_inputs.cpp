@@ -12,14 +12,6 @@
 
 namespace pixtrail::cli {
 
-bool startCoordinates(const GlobalOptions& global, std::string& message) {
-  StartupOptions options;
-  options.dataDir = global.dataDir;
-  options.configFile = global.configFile;
-  options.workingDatum = global.datum;
-  return startSystem(options, message);
-}
-
 int runInputs(bool batch, const std::vector<std::string>& inputs, const InputHandler& handle) {
   int status = kExitOk;
   std::string out, output, message;
@@ -167,7 +159,7 @@ bool prepareProjection(const ProjectionChoice& choice, const GlobalOptions& glob
     std::fprintf(stderr, "%s\n", message.c_str());
     return false;
   };
-  if (!startCoordinates(global, message)) return fail();
+  if (!startCommand(global)) return false;
   if (!choice.datum.empty() && (out.datum = datumTable().findByName(choice.datum)) < 0) {
     message = "Unknown datum: " + choice.datum;
     return fail();

@@ -15,8 +15,6 @@
 
 namespace pixtrail::cli {
 
-// Loads the configuration and the datum table; false with the system's messages.
-bool startCoordinates(const GlobalOptions& global, std::string& message);
 
 // One input in, one output line (without its newline) or a message out.
 using InputHandler = std::function<bool(std::string_view input, std::string& output, std::string& message)>;

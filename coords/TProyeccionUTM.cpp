@@ -7,6 +7,7 @@
 #include "coords/TProyeccionUTM.hpp"
 
 #include <array>
+#include <algorithm>
 #include <cmath>
 
 #include "coords/TListaDatums.hpp"
@@ -41,7 +42,12 @@ enum { kZone, kHemisphere, kBand };
 
 }  // namespace
 
+constexpr double kMaxLongitudeForZone = 1.0e6;
+
 int utmZone(double lon) {
+  // Out-of-range input gives a meaningless zone, but never an out-of-range conversion to int.
+  if (std::isnan(lon)) return 0;
+  lon = std::clamp(lon, -kMaxLongitudeForZone, kMaxLongitudeForZone);
   return static_cast<int>(lon / kDegreesPerZone) - (lon < 0 ? 1 : 0) + kZoneOffset;
 }
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "coords/TListaDatums.hpp"
 #include "tests/support/datum_fixture.hpp"
 
@@ -15,6 +17,8 @@ TEST(Utm, ZoneRuleKeepsItsEdges) {
       {-5.999999, 30, ""},                {6, 32, "east edge starts the next zone"},
       {-180, 0, "trunc(-30) - 1 + 31"},   {180, 61, "180 gives 61"},
       {179.999, 60, ""},                  {-177, 1, ""},
+      {1e300, 166697, "absurd input stays an int"}, {-1e300, -166636, ""},
+      {std::nan(""), 0, "NaN is no zone"},
   };
   for (const auto& r : rows) EXPECT_EQ(utmZone(r.lon), r.zone) << r.lon << " " << r.why;
 }
