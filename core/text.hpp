@@ -2,9 +2,11 @@
 // Small text helpers shared by the parsers: blanks, case-insensitive comparison, splitting, number
 // reading that reports failure instead of throwing, and the 8-bit (Latin-1) / UTF-8 edge.
 
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace pixtrail {
@@ -23,6 +25,21 @@ std::vector<std::string_view> splitOnBlanks(std::string_view text);
 // Whole-field numbers: leading/trailing blanks allowed, anything else left over fails.
 std::optional<double> parseDouble(std::string_view text);
 std::optional<long long> parseInteger(std::string_view text);
+// Either of the above into a field of any arithmetic type; an integer out of the type's range
+// fails. `out` is untouched on failure.
+template <typename T>
+bool parseNumberInto(std::string_view text, T& out) {
+  if constexpr (std::is_floating_point_v<T>) {
+    const auto v = parseDouble(text);
+    if (!v) return false;
+    out = static_cast<T>(*v);
+  } else {
+    const auto v = parseInteger(text);
+    if (!v || *v < std::numeric_limits<T>::min() || *v > std::numeric_limits<T>::max()) return false;
+    out = static_cast<T>(*v);
+  }
+  return true;
+}
 
 // The system keeps 8-bit text (Latin-1); terminals and JSON want UTF-8.
 std::string latin1ToUtf8(std::string_view latin1);

@@ -55,19 +55,6 @@ std::string oneLine(std::string_view text) {
   return s;
 }
 
-template <typename T>
-bool readNumber(std::string_view text, T& out) {
-  if constexpr (std::is_floating_point_v<T>) {
-    const auto v = parseDouble(text);
-    if (!v) return false;
-    out = static_cast<T>(*v);
-  } else {
-    const auto v = parseInteger(text);
-    if (!v || *v < std::numeric_limits<T>::min() || *v > std::numeric_limits<T>::max()) return false;
-    out = static_cast<T>(*v);
-  }
-  return true;
-}
 }  // namespace
 
 TBaliza& TBaliza::operator=(const TBaliza& other) {
@@ -147,7 +134,7 @@ bool readWaypointLine(std::string_view line, const FileCoordinates& file, TBaliz
   if (!readPositionFields(fields[2], fields[3], fields[4], file, w.position, ignored)) return false;
   if (fields.size() >= kFullLine) {
     double altitude = kUnknownAltitude;
-    if (readNumber(fields[7], altitude)) w.position.alt = static_cast<float>(altitude);
+    if (parseNumberInto(fields[7], altitude)) w.position.alt = static_cast<float>(altitude);
     for (std::size_t i = kFullLine; i < fields.size(); ++i) {
       if (i > kFullLine) w.description += ' ';
       w.description += fields[i];
@@ -163,10 +150,10 @@ bool readWaypointDisplayLine(std::string_view line, TBaliza& w) {
   if (parts.size() < 9) return false;
   TBaliza d = w;
   d.symbol = parts[0];
-  if (!readNumber(trim(parts[1]), d.displayType) || !readNumber(trim(parts[2]), d.displayValue1) ||
-      !readNumber(trim(parts[3]), d.displayValue2) || !readNumber(trim(parts[4]), d.displayValue3) ||
-      !readNumber(trim(parts[5]), d.displayFlag1) || !readNumber(trim(parts[6]), d.displayFlag2) ||
-      !readNumber(trim(parts.back()), d.displayValue4))
+  if (!parseNumberInto(trim(parts[1]), d.displayType) || !parseNumberInto(trim(parts[2]), d.displayValue1) ||
+      !parseNumberInto(trim(parts[3]), d.displayValue2) || !parseNumberInto(trim(parts[4]), d.displayValue3) ||
+      !parseNumberInto(trim(parts[5]), d.displayFlag1) || !parseNumberInto(trim(parts[6]), d.displayFlag2) ||
+      !parseNumberInto(trim(parts.back()), d.displayValue4))
     return false;
   // The text may hold commas of its own: it is everything between the flags and the last value.
   const std::size_t from = static_cast<std::size_t>(parts[7].data() - line.data());
@@ -186,7 +173,7 @@ bool readWaypointFontLine(std::string_view line, TBaliza& w) {
   std::int32_t* values[] = {&f->size, &f->bold, &f->italic, &f->underline, &f->charset};
   if (parts.size() < 6) return false;
   for (std::size_t i = 0; i < 5; ++i)
-    if (!readNumber(trim(parts[i + 1]), *values[i])) return false;
+    if (!parseNumberInto(trim(parts[i + 1]), *values[i])) return false;
   w.font = std::move(f);
   return true;
 }
@@ -259,7 +246,7 @@ bool parseWaypointFile(std::string_view text, TBalizas& file, std::string& messa
         break;
       case 'U': {
         int mode = 0;
-        if (!readNumber(trim(line.substr(1)), mode) || !isFileCoordinateMode(mode)) {
+        if (!parseNumberInto(trim(line.substr(1)), mode) || !isFileCoordinateMode(mode)) {
           appendMessage(message, "Unknown coordinate mode in file: " + std::string(trim(line.substr(1))));
           return false;
         }

@@ -39,19 +39,6 @@ struct Fields {
   }
 };
 
-template <typename T>
-bool readNumber(std::string_view text, T& out) {
-  if constexpr (std::is_floating_point_v<T>) {
-    const auto v = parseDouble(text);
-    if (!v) return false;
-    out = static_cast<T>(*v);
-  } else {
-    const auto v = parseInteger(text);
-    if (!v || *v < std::numeric_limits<T>::min() || *v > std::numeric_limits<T>::max()) return false;
-    out = static_cast<T>(*v);
-  }
-  return true;
-}
 
 // The content of a header line: what follows the letter and its separator of one or two blanks.
 std::string_view content(std::string_view line, std::size_t separator) {
@@ -86,11 +73,11 @@ bool parsePointLine(std::string_view line, const FileCoordinates& file, TPuntVol
   point.segmentStart = f.count <= 6 || f.items[6] != "N";
   float altitude = kUnknownAltitude;
   if (f.count > 7) {
-    if (!readNumber(f.items[7], altitude)) return false;
+    if (!parseNumberInto(f.items[7], altitude)) return false;
   }
   point.setAltitude(altitude);
   // Fields 8 to 19, each read only when the line has it.
-  auto field = [&](std::size_t i, auto& target) { return f.count <= i || readNumber(f.items[i], target); };
+  auto field = [&](std::size_t i, auto& target) { return f.count <= i || parseNumberInto(f.items[i], target); };
   if (!field(8, point.speedMs) || !field(9, point.courseDeg) || !field(10, point.temperatureC) ||
       !field(11, point.satellites) || !field(12, point.hdop) || !field(13, point.pressureHpa) ||
       !field(14, point.fixType) || !field(15, point.verticalSpeedMs) || !field(16, point.powerW) ||
@@ -303,17 +290,17 @@ class NativeTrackParser {
   }
   void mode(std::string_view c) {
     int m = 0;
-    if (readNumber(trim(c), m) && isFileCoordinateMode(m)) file_.mode = m;
+    if (parseNumberInto(trim(c), m) && isFileCoordinateMode(m)) file_.mode = m;
     else appendMessage(message_, "Unknown coordinate mode in file: " + std::string(trim(c)));
   }
   void colour(std::string_view c) {
     const Fields f(c);
     unsigned r = 0, g = 0, b = 0;
-    if (f.count > 0 && readNumber(f.items[0], r) && f.count > 1 && readNumber(f.items[1], g) && f.count > 2 &&
-        readNumber(f.items[2], b))
+    if (f.count > 0 && parseNumberInto(f.items[0], r) && f.count > 1 && parseNumberInto(f.items[1], g) && f.count > 2 &&
+        parseNumberInto(f.items[2], b))
       track_.colour = (r & 0xFFu) | ((g & 0xFFu) << 8) | ((b & 0xFFu) << 16);
-    if (f.count > 3) readNumber(f.items[3], track_.width);
-    if (f.count > 4) readNumber(f.items[4], track_.drawParameter);
+    if (f.count > 3) parseNumberInto(f.items[3], track_.width);
+    if (f.count > 4) parseNumberInto(f.items[4], track_.drawParameter);
   }
   void offset(std::string_view c) {
     double s = 0.0;
@@ -325,7 +312,7 @@ class NativeTrackParser {
   void display(std::string_view c) {
     const Fields f(c);
     TrackDisplaySettings& v = track_.display;
-    auto at = [&](std::size_t i, auto& target) { if (f.count > i) readNumber(f.items[i], target); };
+    auto at = [&](std::size_t i, auto& target) { if (f.count > i) parseNumberInto(f.items[i], target); };
     at(0, v.value1), at(1, v.value2), at(2, v.value3), at(3, v.value4), at(4, v.value5);
     at(5, v.value6), at(6, v.value7), at(7, v.value8), at(8, v.flag);
   }
@@ -340,23 +327,23 @@ class NativeTrackParser {
     if (when.count > 0) parsePointDate(when.items[0], e.start);
     if (when.count > 1) parsePointTime(when.items[1], e.start);
     if (parts.size() > 1) parseTimeOffset(trim(parts[1]), e.durationS);
-    for (std::size_t k = 0; k < 3 && k + 2 < parts.size(); ++k) readNumber(trim(parts[k + 2]), e.flags[k]);
+    for (std::size_t k = 0; k < 3 && k + 2 < parts.size(); ++k) parseNumberInto(trim(parts[k + 2]), e.flags[k]);
   }
   void zLine(std::string_view c) {
     const auto parts = splitFields(c, ',');
     std::array<double, 4> z{};
     for (std::size_t k = 0; k < 4; ++k)
-      if (k >= parts.size() || !readNumber(trim(parts[k]), z[k])) return;
+      if (k >= parts.size() || !parseNumberInto(trim(parts[k]), z[k])) return;
     track_.zValues = z;
   }
   void coursePoint(std::string_view c) {
     if (!last_) return;
     auto cp = std::make_unique<TCoursePoint>();
     const auto parts = splitFields(c, '|');
-    readNumber(trim(parts[0]), cp->icon);
+    parseNumberInto(trim(parts[0]), cp->icon);
     if (parts.size() > 1) cp->comment = parts[1];
-    if (parts.size() > 2) readNumber(trim(parts[2]), cp->value16);
-    if (parts.size() > 3) readNumber(trim(parts[3]), cp->valueReal);
+    if (parts.size() > 2) parseNumberInto(trim(parts[2]), cp->value16);
+    if (parts.size() > 3) parseNumberInto(trim(parts[3]), cp->valueReal);
     if (parts.size() > 4) {
       // The linked object's own text may hold "|".
       const std::size_t at = static_cast<std::size_t>(parts[4].data() - c.data());

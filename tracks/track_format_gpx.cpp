@@ -251,8 +251,7 @@ bool readGpxTrackText(std::string_view text, TVolGPS& track, std::string& messag
   return ok;
 }
 
-std::string gpxTrackText(const TVolGPS& track) {
-  pugi::xml_document doc;
+pugi::xml_node appendGpx11Root(pugi::xml_document& doc) {
   pugi::xml_node decl = doc.append_child(pugi::node_declaration);
   decl.append_attribute("version") = "1.0";
   decl.append_attribute("encoding") = "UTF-8";
@@ -260,6 +259,12 @@ std::string gpxTrackText(const TVolGPS& track) {
   gpx.append_attribute("version") = "1.1";
   gpx.append_attribute("creator") = "Pixtrail";
   gpx.append_attribute("xmlns") = kGpxNamespace;
+  return gpx;
+}
+
+std::string gpxTrackText(const TVolGPS& track) {
+  pugi::xml_document doc;
+  pugi::xml_node gpx = appendGpx11Root(doc);
   gpx.append_attribute("xmlns:gpxtpx") = kTrackPointExtension;
   pugi::xml_node trk = gpx.append_child("trk");
   if (!track.headerText('P').empty()) addText(trk, "name", latin1ToUtf8(track.headerText('P')));

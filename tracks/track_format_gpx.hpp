@@ -7,6 +7,7 @@
 // elements; fix, sat and hdop from the standard elements. Writing gives GPX 1.1 with
 // TrackPointExtension v2, which holds every one of those values but power.
 #include <cstdio>
+#include <pugixml.hpp>
 #include <string>
 #include <string_view>
 
@@ -21,5 +22,8 @@ bool readGpxTrackStream(std::FILE* file, const std::string& fileName, TVolGPS& t
 bool readGpxTrackText(std::string_view text, TVolGPS& track, std::string& message);
 
 std::string gpxTrackText(const TVolGPS& track);
+
+// A new GPX 1.1 document's declaration and <gpx> element, shared by the track and waypoint writers.
+pugi::xml_node appendGpx11Root(pugi::xml_document& doc);
 
 }  // namespace pixtrail

@@ -8,6 +8,7 @@
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "tracks/track_datum.hpp"
+#include "tracks/track_format_gpx.hpp"
 #include "tracks/xml_element_stream.hpp"
 
 namespace pixtrail {
@@ -93,13 +94,7 @@ bool readGpxWaypoints(const std::filesystem::path& path, TBalizas& file, std::st
 
 std::string gpxWaypointsText(const TBalizas& file) {
   pugi::xml_document doc;
-  pugi::xml_node decl = doc.append_child(pugi::node_declaration);
-  decl.append_attribute("version") = "1.0";
-  decl.append_attribute("encoding") = "UTF-8";
-  pugi::xml_node gpx = doc.append_child("gpx");
-  gpx.append_attribute("version") = "1.1";
-  gpx.append_attribute("creator") = "Pixtrail";
-  gpx.append_attribute("xmlns") = "http://www.topografix.com/GPX/1/1";
+  pugi::xml_node gpx = appendGpx11Root(doc);
   char number[32];
   for (const TBaliza& w : file.waypoints) {
     const TCoord wgs84 = toFileDatum(w.position, kDatumWgs84);
