@@ -44,7 +44,7 @@ fuzz: deps
 	@scripts/run-fuzzers.sh $(FUZZ_BUILD) $(FUZZ_SECONDS)
 
 bench: build
-	@scripts/run-benchmarks.sh $(BUILD)
+	@bench/run-benchmarks.sh $(BUILD)
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD)

@@ -1,5 +1,5 @@
 // Reading GPX tracks. "--write-gpx N FILE" writes a GPX of N points (about 100 bytes each);
-// "--read-once FILE" reads FILE once and prints the point count, so that scripts/bench-gpx.sh can
+// "--read-once FILE" reads FILE once and prints the point count, so that bench/gpx_bench.sh can
 // time it and its peers (cat, grep, gpsbabel) in one run.
 #include <benchmark/benchmark.h>
 

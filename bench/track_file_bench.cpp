@@ -1,6 +1,6 @@
 // Reading and writing a native track file of 1,000,000 points. The file is made once in the folder
 // named by PIXTRAIL_BENCH_DIR (default: the system's temporary folder) and kept for the shell
-// script that times cat, wc -l and cp on the same bytes (scripts/bench-track-file.sh).
+// script that times cat, wc -l and cp on the same bytes (bench/track_file_bench.sh).
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>

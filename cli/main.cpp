@@ -32,7 +32,7 @@
 int main(int argc, char** argv) {
   using namespace pixtrail::cli;
   CLI::App app{"Pixtrail: geotag photos from GPS tracks; tracks, waypoints, coordinates and receivers"};
-  app.set_version_flag("--version", "pixtrail 0.1.0");
+  app.set_version_flag("--version", "pixtrail " PIXTRAIL_VERSION);
   GlobalOptions global;
   CommandResult result;
   addGlobalOptions(app, global);

@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   # build
   cmake g++ ninja-build pkg-config make
-  zlib1g-dev libminizip-dev libpugixml-dev libcli11-dev libinih-dev libboost-dev nlohmann-json3-dev
+  zlib1g-dev libminizip-dev libpugixml-dev libcli11-dev libboost-dev nlohmann-json3-dev
   libusb-1.0-0-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   # fuzzing (libFuzzer ships with clang's runtime)

@@ -2,7 +2,7 @@
 # NMEA decoding speed: sentences per second through the protocol object (Google Benchmark), then
 # `pixtrail nmea --json` against gpsd's `gpsdecode -j` on the same generated day-long log, timed in
 # the same run by hyperfine (medians and their ratio).
-# Usage: scripts/bench-nmea.sh [BUILD_DIR] [RUNS]
+# Usage: bench/nmea_bench.sh [BUILD_DIR] [RUNS]
 set -euo pipefail
 build=${1:-build}
 runs=${2:-7}

@@ -2,7 +2,7 @@
 # Native track file of 1,000,000 points: our reading and writing (Google Benchmark medians) against
 # the floor of plain tools on the same bytes in the same run (cat > /dev/null, wc -l, cp), and the
 # peak memory per point of `pixtrail info` on that file against the size of the point record.
-# Usage: scripts/bench-track-file.sh [BUILD_DIR]
+# Usage: bench/track_file_bench.sh [BUILD_DIR]
 set -euo pipefail
 build=${1:-build}
 here=$(cd "$(dirname "$0")/.." && pwd)

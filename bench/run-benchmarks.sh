@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # `make bench`: every Google Benchmark program of a build, five repetitions each, medians shown.
-# Pass benchmark names (files without _bench) to run only those: scripts/run-benchmarks.sh build datum_shift
+# Pass benchmark names (files without _bench) to run only those: bench/run-benchmarks.sh build datum_shift
 set -euo pipefail
 build=${1:-build}
 shift || true

@@ -4,7 +4,7 @@
 # `grep -c '<trkpt'` as floors, all in the same run. Each command runs RUNS times, interleaved;
 # medians of wall time, of CPU time (user + system, which a busy machine disturbs less) and of
 # peak memory (maximum resident set size) are shown, with points per second.
-# Usage: scripts/bench-gpx.sh [BUILD_DIR] [RUNS] [POINTS]
+# Usage: bench/gpx_bench.sh [BUILD_DIR] [RUNS] [POINTS]
 set -euo pipefail
 build=${1:-build}
 runs=${2:-5}

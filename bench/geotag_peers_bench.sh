@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Times geotagging the benchmark corpus (bench/make-geotag-corpus.sh) with pixtrail, exiftool and
+# Times geotagging the benchmark corpus (bench/make_geotag_corpus.sh) with pixtrail, exiftool and
 # gpscorrelate against a plain copy of the folder, in interleaved rounds, and prints medians and
 # ratios. `cp+fsync` also flushes every copied file to disk, as pixtrail does for each photo it
 # writes (cp, exiftool and gpscorrelate leave theirs in the page cache). Then times reading the capture times of the folder: pixtrail exif against exiftool.
-#   bench/geotag-peers.sh [BUILD] [ROUNDS]
+#   bench/geotag_peers_bench.sh [BUILD] [ROUNDS]
 # Every tool writes new files except gpscorrelate, which only rewrites in place: it gets a fresh
 # copy before each of its rounds, outside its timing. The page cache is warm for everyone.
 set -euo pipefail
@@ -11,7 +11,7 @@ here=$(cd "$(dirname "$0")/.." && pwd)
 build=${1:-$here/build}
 rounds=${2:-5}
 corpus=$build/geotag-corpus
-[ -f "$corpus/track.gpx" ] || "$here/bench/make-geotag-corpus.sh" "$corpus"
+[ -f "$corpus/track.gpx" ] || "$here/bench/make_geotag_corpus.sh" "$corpus"
 work=$build/geotag-bench
 export TZ=UTC  # photo times and the track are both UTC
 times=$work/times.txt
