@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "devices/TErrorPr.hpp"
 
@@ -59,5 +60,12 @@ class TPuertoCom {
 // default read count, `charTimeoutMs` the configured time-out between characters.
 std::unique_ptr<TPuertoCom> createPuertoCom(std::uint32_t inputBufferSize = 4096,
                                             std::uint32_t charTimeoutMs = 100);
+
+// The mailslot's name on this platform (a socket in the user's runtime folder on POSIX).
+std::string mailslotName();
+// Sends one message to the mailslot, as a program forwarding NMEA does; at most
+// kMailslotMessageMax bytes. Raises TErrorPr when nobody listens or the message is too long.
+inline constexpr std::size_t kMailslotMessageMax = 400;
+void sendToMailslot(std::string_view message);
 
 }  // namespace pixtrail
