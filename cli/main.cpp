@@ -25,6 +25,7 @@
 // -- photos --
 #include "cli/ExifCommand.hpp"
 #include "cli/GeotagCommand.hpp"
+#include "cli/OffsetCommand.hpp"
 
 // -- receivers --
 #include "cli/NmeaCommand.hpp"
@@ -59,6 +60,7 @@ int main(int argc, char** argv) {
 
   // -- photos --
   setupGeotag(app, global, result);
+  setupOffset(app, global, result);
   setupExif(app, global, result);
 
   // -- receivers --

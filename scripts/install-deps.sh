@@ -8,6 +8,8 @@ packages=(
   cmake g++ ninja-build pkg-config make
   zlib1g-dev libminizip-dev libpugixml-dev libcli11-dev libboost-dev nlohmann-json3-dev
   libusb-1.0-0-dev
+  # camera time zones: the date/tz library and the system's time-zone database it reads
+  libhowardhinnant-date-dev tzdata
   libgtest-dev libgmock-dev libbenchmark-dev
   # fuzzing (libFuzzer ships with clang's runtime)
   clang libclang-rt-14-dev
