@@ -66,8 +66,10 @@ double theilSenSlope(const std::vector<Observation>& obs) {
 
 // Offset (and drift) through the observations: robust first to name the outliers, then least
 // squares (or the median, without drift) over the rest.
-void fitObservations(const std::vector<Observation>& obs, const OffsetSearchSettings& settings, OffsetEstimate& out) {
-  const bool withDrift = obs.size() >= 3 && hoursSpan(obs) >= settings.minDriftSpanH;
+// A clock photo is exact, so two of them fix a drift; references need a third to outvote one.
+void fitObservations(const std::vector<Observation>& obs, std::size_t minForDrift, const OffsetSearchSettings& settings,
+                     OffsetEstimate& out) {
+  const bool withDrift = obs.size() >= minForDrift && hoursSpan(obs) >= settings.minDriftSpanH;
   const double slope = withDrift ? theilSenSlope(obs) : 0.0;
   std::vector<double> intercepts;
   for (const Observation& o : obs) intercepts.push_back(o.offsetS - slope * o.hours);
@@ -87,7 +89,7 @@ void fitObservations(const std::vector<Observation>& obs, const OffsetSearchSett
     out.outliers.push_back(obs[i].name + why);
   }
   double offset = intercept, drift = 0.0;
-  if (withDrift && kept.size() >= 3 && hoursSpan(kept) >= settings.minDriftSpanH) {
+  if (withDrift && kept.size() >= minForDrift && hoursSpan(kept) >= settings.minDriftSpanH) {
     double mh = 0, mo = 0;
     for (const Observation& o : kept) mh += o.hours, mo += o.offsetS;
     mh /= static_cast<double>(kept.size());
@@ -194,7 +196,7 @@ OffsetEstimate estimateFromReferences(const std::vector<ClockSample>& samples, c
     obs.push_back({r.sample->name, hoursSince(reference, r.sample->clock), *nearest});
   }
   out.method = OffsetMethod::References;
-  fitObservations(obs, settings, out);
+  fitObservations(obs, 3, settings, out);
   return out;
 }
 
@@ -214,7 +216,7 @@ OffsetEstimate estimateFromClockReadings(const std::vector<ClockReading>& readin
   }
   if (obs.empty()) return out;
   out.method = OffsetMethod::ClockPhoto;
-  fitObservations(obs, settings, out);
+  fitObservations(obs, 2, settings, out);
   return out;
 }
 
@@ -234,6 +236,55 @@ OffsetEvidence scoreOffset(const std::vector<ClockSample>& samples, const TrackT
   return e;
 }
 
+namespace {
+
+// The best seconds-offset within half a step of a zone-like one: the middle of the best-scoring
+// stretch nearest to it. Without stops to go by, seconds are guesswork and the zone-like offset
+// stands, to within half its step.
+struct Refined {
+  OffsetEvidence best;      // at the zone-like offset's value, with the best score found near it
+  double offsetS = 0.0;
+  double halfWidthS = 0.0;
+};
+Refined refineAround(const std::vector<ClockSample>& samples, const TrackTimeline& timeline,
+                     const ClockCorrection& base, const OffsetEvidence& zoneLike, const OffsetSearchSettings& settings) {
+  const int steps = static_cast<int>(kQuarterHourS / 2.0 / settings.fineStepS);
+  std::vector<OffsetEvidence> around;
+  for (int k = -steps; k <= steps; ++k) {
+    ClockCorrection c = base;
+    c.offsetS = zoneLike.offsetS + k * settings.fineStepS;
+    around.push_back(scoreOffset(samples, timeline, c, settings));
+  }
+  const OffsetEvidence top = *std::max_element(
+      around.begin(), around.end(), [](const OffsetEvidence& a, const OffsetEvidence& b) { return a.score() < b.score(); });
+  Refined r{zoneLike, zoneLike.offsetS, kQuarterHourS / 2.0};
+  if (top.stopped == 0) return r;
+  r.best.covered = top.covered;
+  r.best.stopped = top.stopped;
+  double nearest = std::numeric_limits<double>::infinity();
+  for (std::size_t i = 0; i < around.size();) {
+    if (around[i].score() != top.score()) {
+      ++i;
+      continue;
+    }
+    std::size_t j = i;
+    while (j + 1 < around.size() && around[j + 1].score() == top.score()) ++j;
+    const double centre = (around[i].offsetS + around[j].offsetS) / 2.0;
+    if (std::fabs(centre - zoneLike.offsetS) < nearest) {
+      nearest = std::fabs(centre - zoneLike.offsetS);
+      r.offsetS = centre;
+      r.halfWidthS = (around[j].offsetS - around[i].offsetS) / 2.0 + settings.fineStepS / 2.0;
+    }
+    i = j + 1;
+  }
+  return r;
+}
+
+// Zone-like candidates whose coverage earns them the finer look.
+constexpr std::size_t kCandidatesRefined = 8;
+
+}  // namespace
+
 OffsetEstimate estimateFromPhotos(const std::vector<ClockSample>& samples, const TrackTimeline& timeline,
                                   const OffsetSearchSettings& settings) {
   OffsetEstimate out;
@@ -246,53 +297,27 @@ OffsetEstimate estimateFromPhotos(const std::vector<ClockSample>& samples, const
     c.offsetS = k * kQuarterHourS;
     candidates.push_back(scoreOffset(samples, timeline, c, settings));
   }
-  std::stable_sort(candidates.begin(), candidates.end(), [](const OffsetEvidence& a, const OffsetEvidence& b) {
+  auto better = [](const OffsetEvidence& a, const OffsetEvidence& b) {
     if (a.score() != b.score()) return a.score() > b.score();
     return std::fabs(a.offsetS) < std::fabs(b.offsetS);
+  };
+  // A clock a minute or two off moves photos off their stops at the exact zone offset, so each
+  // candidate is judged by the best it does within half a step.
+  std::stable_sort(candidates.begin(), candidates.end(), [](const OffsetEvidence& a, const OffsetEvidence& b) {
+    return a.covered > b.covered;
   });
   if (candidates.empty() || candidates.front().covered == 0) return out;
-  candidates.resize(std::min(candidates.size(), kEvidenceKept));
-  out.evidence = candidates;
-
-  // In seconds around the best: the middle of the best-scoring stretch nearest to it.
-  const OffsetEvidence& zoneLike = candidates.front();
-  const int fine = static_cast<int>(kQuarterHourS / 2.0 / settings.fineStepS);
-  std::vector<OffsetEvidence> around;
-  for (int k = -fine; k <= fine; ++k) {
-    ClockCorrection c = out.correction;
-    c.offsetS = zoneLike.offsetS + k * settings.fineStepS;
-    around.push_back(scoreOffset(samples, timeline, c, settings));
-  }
-  double top = 0.0;
-  std::size_t topStopped = 0;
-  for (const OffsetEvidence& e : around) {
-    if (e.score() > top) topStopped = e.stopped;
-    top = std::max(top, e.score());
-  }
-  // Without stops to go by, seconds are guesswork: the zone-like offset stands, to within its step.
-  double bestCentre = zoneLike.offsetS, bestHalfWidth = kQuarterHourS / 2.0;
-  double bestDistance = std::numeric_limits<double>::infinity();
-  if (topStopped == 0) top = std::numeric_limits<double>::infinity();
-  for (std::size_t i = 0; i < around.size();) {
-    if (around[i].score() != top) {
-      ++i;
-      continue;
-    }
-    std::size_t j = i;
-    while (j + 1 < around.size() && around[j + 1].score() == top) ++j;
-    const double centre = (around[i].offsetS + around[j].offsetS) / 2.0;
-    if (std::fabs(centre - zoneLike.offsetS) < bestDistance) {
-      bestDistance = std::fabs(centre - zoneLike.offsetS);
-      bestCentre = centre;
-      bestHalfWidth = (around[j].offsetS - around[i].offsetS) / 2.0;
-    }
-    i = j + 1;
-  }
+  candidates.resize(std::min(candidates.size(), kCandidatesRefined));
+  std::vector<Refined> refined;
+  for (const OffsetEvidence& c : candidates)
+    refined.push_back(refineAround(samples, timeline, out.correction, c, settings));
+  std::stable_sort(refined.begin(), refined.end(),
+                   [&](const Refined& a, const Refined& b) { return better(a.best, b.best); });
+  for (std::size_t i = 0; i < refined.size() && i < kEvidenceKept; ++i) out.evidence.push_back(refined[i].best);
   out.method = OffsetMethod::Photos;
-  out.correction.offsetS = bestCentre;
-  out.spreadS = bestHalfWidth;
-  ClockCorrection refined = out.correction;
-  out.photosUsed = scoreOffset(samples, timeline, refined, settings).covered;
+  out.correction.offsetS = refined.front().offsetS;
+  out.spreadS = refined.front().halfWidthS;
+  out.photosUsed = scoreOffset(samples, timeline, out.correction, settings).covered;
   return out;
 }
 
