@@ -14,6 +14,9 @@ constexpr double kUnknownFixErrorM = 10.0; // a fix whose receiver gave no HDOP
 constexpr double kWalkingSpeedMs = 1.4;
 constexpr double kCentimetresPerMetre = 100.0;
 
+// Date-time values carry microsecond noise; tags are taken at whole seconds, fixes at milliseconds.
+double toMilliseconds(double seconds) { return std::round(seconds * 1000.0) / 1000.0; }
+
 }  // namespace
 
 TagConfidence assessTag(const TVolGPS& track, DateTimeValue trackTime, const PositionAtTime& where) {
@@ -26,9 +29,9 @@ TagConfidence assessTag(const TVolGPS& track, DateTimeValue trackTime, const Pos
   const TPuntVol& b = track.point(later);
   const double ta = track.pointTime(earlier), tb = track.pointTime(later);
   c.atEnd = where.status == PositionAtTime::Status::AtEnd;
-  c.nearestS = std::min(std::fabs(trackTime - ta), std::fabs(tb - trackTime)) * kSecondsPerDay;
+  c.nearestS = toMilliseconds(std::min(std::fabs(trackTime - ta), std::fabs(tb - trackTime)) * kSecondsPerDay);
   if (pair) {
-    c.gapS = (tb - ta) * kSecondsPerDay;
+    c.gapS = toMilliseconds((tb - ta) * kSecondsPerDay);
     c.jumpM = stepDistanceM(a.position, b.position);
   }
   if (a.hdop > 0.0f && b.hdop > 0.0f) c.hdop = std::max(a.hdop, b.hdop);

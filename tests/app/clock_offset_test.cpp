@@ -233,6 +233,20 @@ TEST(TrackTimeline, PassesOutAndBackAndStops) {
   EXPECT_NEAR(timeline.speedAt(t0 + 50 / kSecondsPerDay), 1.0, 0.01);
   EXPECT_NEAR(timeline.speedAt(t0 + 130 / kSecondsPerDay), 0.0, 0.01);
   EXPECT_LT(timeline.speedAt(t0 - 1), 0.0);
+
+  // The same track from a file that holds Madrid's wall clock (summer: UTC+2), photos in UTC.
+  TimeZone madrid;
+  std::string message;
+  ASSERT_TRUE(madrid.set("Europe/Madrid", message));
+  const TrackTimeline local(tracks, {TrackTimeScale::Local}, madrid, TrackSettings{});
+  TrackTimeline::Hit hit;
+  ASSERT_TRUE(local.locate(t0 + (50 - 7200) / kSecondsPerDay, hit));
+  EXPECT_NEAR(hit.where.position.lon / metre, 50.0, 0.01);
+  EXPECT_NEAR((hit.trackTime - t0) * kSecondsPerDay, 50.0, 1e-3);
+  EXPECT_FALSE(local.locate(t0 + 50 / kSecondsPerDay, hit));  // read as UTC it would be two hours out
+  const auto passes = local.passesNear({21 * metre, 5 * metre, 0.0f}, 10.0);
+  ASSERT_EQ(passes.size(), 2u);
+  EXPECT_NEAR((passes[0].lineTime - t0) * kSecondsPerDay, 21.0 - 7200, 0.01);
 }
 
 }  // namespace
