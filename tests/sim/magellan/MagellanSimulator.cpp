@@ -171,14 +171,13 @@ void MagellanSimulator::download(const std::vector<std::string>& sentences) {
     sendAcknowledged("PMGNCMD,UNABLE");
     return;
   }
-  int sent = 0;
   for (const std::string& s : sentences) {
-    if (setup_.silentAfter >= 0 && sent == setup_.silentAfter) {
+    if (setup_.silentAfter >= 0 && dataSent_ == setup_.silentAfter) {
       quiet_ = true;
       return;
     }
     if (!sendAcknowledged(s)) return;
-    ++sent;
+    ++dataSent_;
   }
   sendAcknowledged("PMGNCMD,END");
 }

@@ -23,7 +23,7 @@ struct MagellanUnitSetup {
   std::vector<std::string> tracks;
   std::string version = "PMGNVER,21,1.04,MERIDIAN GPS";  // three fields after the identifier
   bool unable = false;       // answers every download with PMGNCMD,UNABLE
-  int silentAfter = -1;      // data sentences one download sends before the unit goes quiet
+  int silentAfter = -1;      // data sentences sent (all downloads together) before the unit goes quiet
   bool silent = false;       // never sends anything
   bool handshakeAtStart = false;
   int ackWaitMs = 1000;      // how long a sentence waits for its PMGNCSM before it is sent again
@@ -74,6 +74,7 @@ class MagellanSimulator {
   std::atomic<bool> running_{false};
   std::atomic<bool> handshake_{false};
   bool quiet_ = false;
+  int dataSent_ = 0;
   bool uploadedRoute_ = false;
   mutable std::mutex mutex_;
   std::vector<std::string> received_;
