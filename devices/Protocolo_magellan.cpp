@@ -118,9 +118,17 @@ void Protocolo_magellan::sendAcknowledged(const std::string& sentence) {
   throw TErrorPrNoResponde(std::string(kNoAcknowledgement), detail);
 }
 
-void Protocolo_magellan::beginTransfer() {
-  port_.purge();
+// What the unit sent before this exchange is dropped. Not with a purge: that would also throw
+// away the last bytes we wrote (the acknowledgement and HANDOFF of the previous transfer) when the
+// line has not sent them yet.
+void Protocolo_magellan::drainInput() {
   pending_.clear();
+  char buffer[256];
+  while (port_.read(0, buffer, static_cast<int>(sizeof buffer) - 1, false) > 0) {}
+}
+
+void Protocolo_magellan::beginTransfer() {
+  drainInput();
   moved_ = 0;
   if (settings_.handshake) {
     sendCommand("HANDON");
@@ -138,8 +146,7 @@ void Protocolo_magellan::endTransfer() noexcept {
 }
 
 bool Protocolo_magellan::detect(MagellanVersion& version, int timeoutMs) {
-  port_.purge();
-  pending_.clear();
+  drainInput();
   sendCommand("STOP");
   std::this_thread::sleep_for(std::chrono::milliseconds(kAfterStopMs));
   sendCommand("HANDON");
@@ -241,12 +248,8 @@ bool Protocolo_magellan::downloadRoutes(TRutas& out) {
     if (!s.Parse(line, error) || !s.ParsePMGNWPL(w, error)) throw TErrorPr(error.message, error.detail);
     known.push_back(std::move(w));
   }
-  for (const std::string& line : routeLines) {
-    TErrorNMEA error;
-    MagellanRouteMessage m;
-    if (!s.Parse(line, error) || !readMagellanRouteMessage(s, m, error)) throw TErrorPr(error.message, error.detail);
-    messages.push_back(std::move(m));
-  }
+  TErrorNMEA error;
+  if (!readMagellanRouteMessages(routeLines, messages, error)) throw TErrorPr(error.message, error.detail);
   std::string message;
   if (!assembleMagellanRoutes(messages, known, out, message)) throw TErrorPr(message);
   return true;

@@ -102,19 +102,24 @@ std::vector<std::vector<std::string>> magellanRouteFields(
     for (std::size_t i = m * kWaypointsPerRouteMessage;
          i < waypoints.size() && i < (m + 1) * kWaypointsPerRouteMessage; ++i) {
       f.push_back(magellanFieldText(waypoints[i].first));
-      f.push_back(magellanFieldText(waypoints[i].second));
+      f.push_back(waypoints[i].second.empty() ? std::string(kMagellanDefaultIcon)
+                                              : magellanFieldText(waypoints[i].second));
     }
     messages.push_back(std::move(f));
   }
   return messages;
 }
 
-bool readMagellanRouteMessage(const TComandaNMEA_Rx& s, MagellanRouteMessage& out, TErrorNMEA& error) {
+MagellanRouteLayout magellanRouteLayoutOf(const TComandaNMEA_Rx& s) {
+  std::size_t n = s.fieldCount() > kRouteHeaderFields ? s.fieldCount() - kRouteHeaderFields : 0;
+  if (n % 2 == 1 && s.field(s.fieldCount() - 1).empty()) --n;
+  return n % 2 == 1 ? MagellanRouteLayout::kNamed : MagellanRouteLayout::kSerial;
+}
+
+bool readMagellanRouteMessage(const TComandaNMEA_Rx& s, MagellanRouteLayout layout, MagellanRouteMessage& out,
+                              TErrorNMEA& error) {
   MagellanRouteMessage r;
-  // A trailing empty field (some writers end a short message with ",") is no waypoint.
-  std::size_t end = s.fieldCount();
-  while (end > kRouteHeaderFields && s.field(end - 1).empty()) --end;
-  if (s.identifier() != "PMGNRTE" || end < kRouteHeaderFields || !readCount(s.field(1), r.messageCount) ||
+  if (s.identifier() != "PMGNRTE" || s.fieldCount() < kRouteHeaderFields || !readCount(s.field(1), r.messageCount) ||
       !readCount(s.field(2), r.messageNumber) || r.messageNumber < 1 || r.messageNumber > r.messageCount ||
       s.field(4).empty()) {
     error.code = TErrorNMEA::kRouteWaypoint;
@@ -124,13 +129,30 @@ bool readMagellanRouteMessage(const TComandaNMEA_Rx& s, MagellanRouteMessage& ou
   }
   r.routeNumber.assign(s.field(4));
   std::size_t i = kRouteHeaderFields;
-  if ((end - kRouteHeaderFields) % 2 == 1) r.routeName.assign(s.field(i++));
-  for (; i < end; i += 2) {
+  if (layout == MagellanRouteLayout::kNamed) r.routeName.assign(s.field(i++));
+  for (; i < s.fieldCount(); i += 2) {
     if (s.field(i).empty()) continue;
     r.waypointNames.emplace_back(s.field(i));
     r.icons.emplace_back(s.field(i + 1));
   }
   out = std::move(r);
+  return true;
+}
+
+bool readMagellanRouteMessages(const std::vector<std::string>& lines, std::vector<MagellanRouteMessage>& out,
+                               TErrorNMEA& error) {
+  TComandaNMEA_Rx s;
+  MagellanRouteLayout layout = MagellanRouteLayout::kSerial;
+  for (const std::string& line : lines)
+    if (s.Parse(line, error) && s.identifier() == "PMGNRTE" && magellanRouteLayoutOf(s) == MagellanRouteLayout::kNamed)
+      layout = MagellanRouteLayout::kNamed;
+  std::vector<MagellanRouteMessage> read;
+  for (const std::string& line : lines) {
+    MagellanRouteMessage m;
+    if (!s.Parse(line, error) || !readMagellanRouteMessage(s, layout, m, error)) return false;
+    read.push_back(std::move(m));
+  }
+  out.insert(out.end(), std::make_move_iterator(read.begin()), std::make_move_iterator(read.end()));
   return true;
 }
 

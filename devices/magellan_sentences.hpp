@@ -13,7 +13,11 @@
 // - PMGNRTE: message count, message number, "c", route number, then waypoint name and icon
 //   pairs. The disk units' files put the route name after the route number, as their layout line
 //   says; serial units have no place for it. A reader tells the two apart by the number of
-//   fields after the route number: pairs make it even, a name before the pairs makes it odd.
+//   fields after the route number: pairs make it even, a name before the pairs makes it odd. Some
+//   writers end a message with one empty field too many ("SYDNEY,a,"), so one trailing empty
+//   field on an odd count is not counted; and since a short last message can still mislead, the
+//   layout is decided once for all the messages read together (any odd message: named). Writers
+//   here never leave an icon empty (the unit's default icon "a"), so their messages are plain.
 
 #include <string>
 #include <string_view>
@@ -71,8 +75,18 @@ std::vector<std::vector<std::string>> magellanRouteFields(std::string_view route
                                                            const std::vector<std::pair<std::string, std::string>>& waypoints,
                                                            MagellanRouteLayout layout);
 
-// Reads a PMGNRTE of either layout; "NMEA-Mag: Baliza de ruta no encontrada" when it cannot.
-bool readMagellanRouteMessage(const TComandaNMEA_Rx& s, MagellanRouteMessage& out, TErrorNMEA& error);
+// The layout one PMGNRTE looks like on its own (see above).
+MagellanRouteLayout magellanRouteLayoutOf(const TComandaNMEA_Rx& s);
+// Reads a PMGNRTE in `layout`; "NMEA-Mag: Baliza de ruta no encontrada" when it cannot. A waypoint
+// slot with an empty name is passed over.
+bool readMagellanRouteMessage(const TComandaNMEA_Rx& s, MagellanRouteLayout layout, MagellanRouteMessage& out,
+                              TErrorNMEA& error);
+// Reads route sentences read together (whole lines), deciding their layout once.
+bool readMagellanRouteMessages(const std::vector<std::string>& lines, std::vector<MagellanRouteMessage>& out,
+                               TErrorNMEA& error);
+
+// The icon a route waypoint gets when it has none.
+inline constexpr std::string_view kMagellanDefaultIcon = "a";
 
 // Text safe inside one sentence field.
 std::string magellanFieldText(std::string_view text);

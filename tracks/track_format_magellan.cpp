@@ -162,19 +162,23 @@ std::string magellanWaypointText(const TBalizas& waypoints) {
 
 bool parseMagellanRouteText(std::string_view text, TRutas& out, std::string& message) {
   std::vector<NmeaWaypoint> known;
-  std::vector<MagellanRouteMessage> messages;
+  std::vector<std::string> routeLines;
   bool ok = forEachSentence(text, message, [&](const TComandaNMEA_Rx& s, TErrorNMEA& error) {
     if (s.identifier() == "PMGNWPL") {
       NmeaWaypoint w;
       if (!s.ParsePMGNWPL(w, error)) return false;
       known.push_back(std::move(w));
     } else if (s.identifier() == "PMGNRTE") {
-      MagellanRouteMessage m;
-      if (!readMagellanRouteMessage(s, m, error)) return false;
-      messages.push_back(std::move(m));
+      routeLines.push_back("$" + std::string(s.body()) + "*" + std::string(s.checksumText()));
     }
     return true;
   });
+  std::vector<MagellanRouteMessage> messages;
+  TErrorNMEA error;
+  if (!readMagellanRouteMessages(routeLines, messages, error)) {
+    appendMessage(message, error.message);
+    return false;
+  }
   if (!assembleMagellanRoutes(messages, known, out, message)) ok = false;
   out.file = {kDatumWgs84, kFileDegrees};
   return ok;

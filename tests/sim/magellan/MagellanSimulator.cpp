@@ -79,6 +79,22 @@ std::vector<std::string> MagellanSimulator::tracks() const {
   std::lock_guard lock(mutex_);
   return setup_.tracks;
 }
+void MagellanSimulator::settle(int quietMs, int limitMs) const {
+  const auto limit = Clock::now() + std::chrono::milliseconds(limitMs);
+  std::size_t seen = transcript().size();
+  auto quietSince = Clock::now();
+  while (Clock::now() < limit) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    const std::size_t now = transcript().size();
+    if (now != seen) {
+      seen = now;
+      quietSince = Clock::now();
+    } else if (Clock::now() - quietSince >= std::chrono::milliseconds(quietMs)) {
+      return;
+    }
+  }
+}
+
 std::vector<std::string> MagellanSimulator::transcript() const {
   std::lock_guard lock(mutex_);
   return transcript_;

@@ -50,6 +50,9 @@ class MagellanSimulator {
   std::vector<std::string> received() const;
   // Both directions in order, "<" received and ">" sent, for a failing test's message.
   std::vector<std::string> transcript() const;
+  // Waits until the line has been quiet for `quietMs` (at most `limitMs`), so that what the host
+  // sent last has been read before a test looks at the unit.
+  void settle(int quietMs = 100, int limitMs = 2000) const;
   bool handshaking() const { return handshake_; }
 
   // "$" + body + "*hh" + CR LF.
