@@ -28,6 +28,7 @@
 #include "cli/OffsetCommand.hpp"
 
 // -- receivers --
+#include "cli/MagellanCommand.hpp"
 #include "cli/NmeaCommand.hpp"
 
 int main(int argc, char** argv) {
@@ -65,6 +66,7 @@ int main(int argc, char** argv) {
 
   // -- receivers --
   setupNmea(app, global, result);
+  setupMagellan(app, global, result);
 
   app.require_subcommand(1);
   try {
