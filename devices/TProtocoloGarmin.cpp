@@ -297,7 +297,7 @@ GarminProduct TProtocoloGarmin::identify() {
     const bool loaded = cache.load(message);
     if (haveArray) {
       cache.store(caps);
-      if (settings_.log && !cache.save(message)) settings_.log(message);
+      if (!cache.save(message) && settings_.log) settings_.log(message);
     } else if (loaded) {
       if (const auto cached = cache.find(product.productId)) {
         caps = *cached;
@@ -569,7 +569,24 @@ GarminPvt TProtocoloGarmin::readPvt() {
   return decodePvt(type, packet.data);
 }
 
-void TProtocoloGarmin::stopPvt() { sendCommand(garmin_cmd::kStopPvt); }
+void TProtocoloGarmin::stopPvt() {
+  const TPaqueteDatosGarmin stop(kCommandData, u16Data(garmin_cmd::kStopPvt));
+  sendPacket(stop);
+  if (usb_) return;
+  // Fixes already on the way arrive before the ACK; they are acknowledged and let go.
+  constexpr int kFixesInFlight = 10;
+  for (int i = 0; i < kFixesInFlight; ++i) {
+    TPaqueteDatosGarmin packet;
+    try {
+      packet = receive();
+    } catch (const TErrorPrNoResponde&) {
+      throw TErrorPrNoResponde("No hay respuesta ACK al enviar Orden", stop.describe());
+    }
+    if (packet.id == kAck) return;
+    acknowledge(packet.id);
+  }
+  throw TErrorPr("No hay respuesta ACK al enviar Orden", stop.describe());
+}
 
 void TProtocoloGarmin::turnOff() { sendPacket(TPaqueteDatosGarmin(kCommandData, u16Data(garmin_cmd::kTurnOffPwr))); }
 

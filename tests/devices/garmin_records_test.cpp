@@ -55,8 +55,8 @@ TEST(GarminWaypointRecords, WhatEachTypeCarries) {
     EXPECT_EQ(out.comment, "by the river") << r.type;
     EXPECT_EQ(degreesToSemicircles(out.lat), degreesToSemicircles(in.lat)) << r.type;
     EXPECT_NEAR(out.lon, in.lon, 4e-6) << r.type;
-    if (r.altitude) EXPECT_NEAR(out.altM, r.intAltitude ? 1235.0f : 1234.5f, 0.6f) << r.type;
-    else EXPECT_FALSE(hasAltitude(out.altM)) << r.type;
+    if (r.altitude) { EXPECT_NEAR(out.altM, r.intAltitude ? 1235.0f : 1234.5f, 0.6f) << r.type; }
+    else { EXPECT_FALSE(hasAltitude(out.altM)) << r.type; }
     EXPECT_EQ(out.symbol, r.symbol ? 151 : 18) << r.type;
     EXPECT_EQ(out.time, r.type == 110 ? 1000u : kGarminNoTime) << r.type;
   }
