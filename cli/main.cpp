@@ -27,7 +27,9 @@
 #include "cli/GeotagCommand.hpp"
 
 // -- receivers --
+#include "cli/DetectCommand.hpp"
 #include "cli/NmeaCommand.hpp"
+#include "cli/PortsCommand.hpp"
 
 int main(int argc, char** argv) {
   using namespace pixtrail::cli;
@@ -63,6 +65,8 @@ int main(int argc, char** argv) {
 
   // -- receivers --
   setupNmea(app, global, result);
+  setupPorts(app, global, result);
+  setupDetect(app, global, result);
 
   app.require_subcommand(1);
   try {
