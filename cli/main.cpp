@@ -29,7 +29,9 @@
 
 // -- receivers --
 #include "cli/MagellanCommand.hpp"
+#include "cli/DetectCommand.hpp"
 #include "cli/NmeaCommand.hpp"
+#include "cli/PortsCommand.hpp"
 
 int main(int argc, char** argv) {
   using namespace pixtrail::cli;
@@ -67,6 +69,8 @@ int main(int argc, char** argv) {
   // -- receivers --
   setupNmea(app, global, result);
   setupMagellan(app, global, result);
+  setupPorts(app, global, result);
+  setupDetect(app, global, result);
 
   app.require_subcommand(1);
   try {
