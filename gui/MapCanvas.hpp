@@ -47,6 +47,7 @@ class MapCanvas : public QWidget {
   void setSelectedPhoto(const TFoto* photo);
   const TFoto* selectedPhoto() const { return selectedPhoto_; }
   void setPreview(std::vector<PreviewMarker> preview);
+  const std::vector<PreviewMarker>& preview() const { return preview_; }
 
   void fitToDocument();
   void setView(double lat, double lon, double zoom);

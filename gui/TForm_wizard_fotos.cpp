@@ -116,14 +116,22 @@ class SyncPage : public QWizardPage {
     layout->addSpacing(12);
     layout->addWidget(hint);
     layout->addStretch();
-    // The buttons (Next or Finish) follow the choice.
+    // QWizard settles Next and Finish when a page is entered; here they follow the choice made
+    // on the page itself.
     connect(w.manual_, &QRadioButton::toggled, this, [this] {
-      emit completeChanged();
+      followChoice();
       if (wizard_.allSynced_->isChecked()) emit wizard_.offsetPreview(0.0);
     });
   }
   void initializePage() override {
+    followChoice();
     if (wizard_.allSynced_->isChecked()) emit wizard_.offsetPreview(0.0);
+  }
+  void followChoice() {
+    if (wizard() == nullptr || wizard()->currentPage() != this) return;
+    const bool manual = wizard_.manual_->isChecked();
+    wizard()->button(QWizard::NextButton)->setEnabled(manual);
+    wizard()->button(QWizard::FinishButton)->setEnabled(!manual);
   }
   int nextId() const override {
     return wizard_.manual_->isChecked() ? TForm_wizard_fotos::kOffsetPage : -1;
@@ -193,6 +201,9 @@ TForm_wizard_fotos::TForm_wizard_fotos(const std::filesystem::path& photoFolder,
   setWindowTitle(tr("Geotag photos"));
   setWizardStyle(QWizard::ClassicStyle);
   setOption(QWizard::NoBackButtonOnStartPage);
+  // Page 3 ends the wizard or leads to page 4 depending on a choice made on it: both buttons stay
+  // in place and only their enabled state follows the choice.
+  setOption(QWizard::HaveNextButtonOnLastPage);
   setButtonText(QWizard::NextButton, "Siguiente >");
   setButtonText(QWizard::BackButton, "< Atras");
   setButtonText(QWizard::CancelButton, "Cancel");
