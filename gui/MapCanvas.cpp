@@ -172,6 +172,7 @@ void MapCanvas::geoAt(const QPointF& screen, double& lat, double& lon) const {
 void MapCanvas::centre(double& lat, double& lon) const { geoFromWorld(centre_, lat, lon); }
 
 void MapCanvas::setView(double lat, double lon, double zoom) {
+  keepFitted_ = false;
   centre_ = worldFromGeo(lat, lon);
   zoom_ = std::clamp(zoom, static_cast<double>(kMinZoom), static_cast<double>(kMaxZoom));
   update();
@@ -195,6 +196,7 @@ QRectF MapCanvas::documentBounds() const {
 void MapCanvas::fitToDocument() {
   const QRectF box = documentBounds();
   if (box.isNull()) return;
+  keepFitted_ = true;
   centre_ = {box.center().x(), box.center().y()};
   zoom_ = zoomToFit(box.width(), box.height(), width(), height());
   update();
@@ -203,6 +205,7 @@ void MapCanvas::fitToDocument() {
 
 void MapCanvas::zoomAround(const QPointF& screen, double newZoom) {
   newZoom = std::clamp(newZoom, static_cast<double>(kMinZoom), static_cast<double>(kMaxZoom));
+  keepFitted_ = false;
   const WorldPoint anchor = worldFromScreen(screen);  // stays under the cursor
   zoom_ = newZoom;
   centre_.x = anchor.x - (screen.x() - width() / 2.0) / scale();
@@ -212,6 +215,7 @@ void MapCanvas::zoomAround(const QPointF& screen, double newZoom) {
 }
 
 void MapCanvas::panBy(const QPointF& deltaPx) {
+  keepFitted_ = false;
   centre_.x -= deltaPx.x() / scale();
   centre_.y = std::clamp(centre_.y - deltaPx.y() / scale(), 0.0, static_cast<double>(kTileSizePx));
   update();
@@ -497,6 +501,9 @@ void MapCanvas::leaveEvent(QEvent*) {
   emit cursorLeft();
 }
 
-void MapCanvas::resizeEvent(QResizeEvent*) { update(); }
+void MapCanvas::resizeEvent(QResizeEvent*) {
+  if (keepFitted_) fitToDocument();
+  update();
+}
 
 }  // namespace pixtrail::gui

@@ -133,6 +133,7 @@ class MapCanvas : public QWidget {
   WorldPoint centre_{kTileSizePx / 2.0, kTileSizePx / 2.0};
   double zoom_ = 2.0;
   bool dragging_ = false;
+  bool keepFitted_ = true;  // until the user moves the map, a resize fits the document again
   QPointF lastMouse_;
   QPointF pressMouse_;
 };

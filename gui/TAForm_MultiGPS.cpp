@@ -225,7 +225,8 @@ int TAForm_MultiGPS::openFiles(const QStringList& files) {
 }
 
 bool TAForm_MultiGPS::saveSelected(const QString& file) {
-  const QTreeWidgetItem* item = tree_->currentItem();
+  const QList<QTreeWidgetItem*> selected = tree_->selectedItems();
+  const QTreeWidgetItem* item = selected.isEmpty() ? nullptr : selected.front();
   if (item == nullptr || kindOf(item) == ItemKind::Group || kindOf(item) == ItemKind::Photos) {
     showMessage(tr("Save"), tr("Select a track, waypoint file or route file to save."));
     return false;
@@ -317,7 +318,8 @@ void TAForm_MultiGPS::treeItemChanged(QTreeWidgetItem* item, int) {
 }
 
 void TAForm_MultiGPS::treeSelectionChanged() {
-  const QTreeWidgetItem* item = tree_->currentItem();
+  const QList<QTreeWidgetItem*> selected = tree_->selectedItems();
+  const QTreeWidgetItem* item = selected.isEmpty() ? nullptr : selected.front();
   const TVolGPS* track = nullptr;
   if (item && kindOf(item) == ItemKind::Track) track = static_cast<const TVolGPS*>(pointerOf(item));
   trackPanel_->setTrack(track);
@@ -452,13 +454,14 @@ void TAForm_MultiGPS::dragEnterEvent(QDragEnterEvent* event) {
 }
 
 void TAForm_MultiGPS::dropEvent(QDropEvent* event) {
+  if (openDropped(*event->mimeData()) > 0) event->acceptProposedAction();
+}
+
+int TAForm_MultiGPS::openDropped(const QMimeData& data) {
   QStringList files;
-  for (const QUrl& url : event->mimeData()->urls())
+  for (const QUrl& url : data.urls())
     if (url.isLocalFile()) files << url.toLocalFile();
-  if (!files.isEmpty()) {
-    event->acceptProposedAction();
-    openFiles(files);
-  }
+  return files.isEmpty() ? 0 : openFiles(files);
 }
 
 void TAForm_MultiGPS::closeEvent(QCloseEvent* event) {

@@ -15,6 +15,7 @@ class QMenu;
 class QTreeWidget;
 class QTreeWidgetItem;
 class QAction;
+class QMimeData;
 
 namespace pixtrail {
 class TProyeccion;
@@ -41,6 +42,8 @@ class TAForm_MultiGPS : public QMainWindow {
   // Opens files and folders through the open dispatch; messages are shown to the user. Returns
   // the number of files and folders that added something.
   int openFiles(const QStringList& files);
+  // The local files of a drop (or a paste), opened as above.
+  int openDropped(const QMimeData& data);
   // Saves the selected tracks, waypoint or route file under `file` (empty: its own name).
   bool saveSelected(const QString& file);
 

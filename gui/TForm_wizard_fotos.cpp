@@ -151,6 +151,7 @@ class OffsetPage : public QWizardPage {
     w.offset_->setObjectName("offset");
     w.offset_->setInputMask("99:99:99");
     w.offset_->setText("00:00:00");
+    w.offset_->setMaximumWidth(w.offset_->fontMetrics().horizontalAdvance("00:00:00") * 2);
     w.ahead_ = new QRadioButton(tr("The camera runs ahead"));
     w.ahead_->setObjectName("ahead");
     w.ahead_->setChecked(true);
