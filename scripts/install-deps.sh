@@ -21,6 +21,8 @@ packages=(
   libgeographiclib-dev
   # geotagging peer of the photo benchmark
   gpscorrelate
+  # the desktop program (Qt 6 Widgets, Network, Test); fonts so that offscreen screenshots show text
+  qt6-base-dev fonts-dejavu-core
 )
 
 missing=()
