@@ -137,6 +137,8 @@ class Configuration {
   RealSetting maxGapSeconds{*this, "Tracks", "Max_Hueco_Segundos", 1800.0};
   IntSetting fileCoordinateMode{*this, "Coordenadas", "Modo_Coordenadas_Ficheros", 0};
   TextSetting fileDatum{*this, "Coordenadas", "Datum_Ficheros", "WGS 84"};
+  // -- Photos: write GPS entries with the described quirks byte for byte (off: the safe writer)
+  BoolSetting exifExactQuirks{*this, "Fotos", "Exif_Exact_Quirks", false};
 };
 
 // The one configuration object of the program.

@@ -24,6 +24,7 @@ struct GeotagOptions {
   std::filesystem::path markTrackFile;        // save the track with the photos marked on it
   bool dryRun = false;                        // build everything, write nothing
   double maxGapSeconds = TrackSettings{}.maxGapSeconds;
+  bool exactQuirks = false;                   // the writer's described quirks, byte for byte
 };
 
 enum class GeotagStatus { Tagged, NoTime, NotCovered, Error };
@@ -38,6 +39,7 @@ struct GeotagPhotoResult {
   double lat = 0.0, lon = 0.0, altM = 0.0;  // WGS 84, as written into the photo
   std::string message;
   std::string planned;  // dry run: the GPS entries the photo would get, one dump line each
+  std::vector<std::string> dropped;  // what the written photo had to leave out, one name each
 };
 
 struct GeotagSummary {

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "app/GeotagJob.hpp"
+#include "app/Configuration.hpp"
 #include "app/Startup.hpp"
 
 namespace pixtrail::cli {
@@ -59,6 +60,7 @@ void printJson(const std::vector<GeotagPhotoResult>& results, bool dryRun) {
     row["alt"] = tagged ? nlohmann::json(r.altM) : nlohmann::json();
     if (tagged) row["written"] = r.written.string();
     if (dryRun && tagged) row["planned"] = r.planned;
+    if (tagged) row["dropped"] = r.dropped;
     out.push_back(row);
   }
   std::printf("%s\n", out.dump(2).c_str());
@@ -85,6 +87,8 @@ void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& r
       ->option_text("SECONDS")
       ->check(CLI::PositiveNumber);
   cmd->add_flag("--json", options->json, "One JSON array, one object per photo");
+  cmd->add_flag("--exact-quirks", options->exactQuirks,
+                "Write GPS entries with the described quirks byte for byte (also gps.ini [Fotos] Exif_Exact_Quirks)");
   cmd->add_option("photos", options->inputs, "Photos and folders of photos")->required();
   cmd->callback([options, &global, &result]() {
     if (options->outDir.empty() && !options->inPlace) {
@@ -111,6 +115,7 @@ int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global) 
   job.markTrackFile = options.markTrack;
   job.dryRun = options.dryRun;
   job.maxGapSeconds = options.maxGapSeconds;
+  job.exactQuirks = options.exactQuirks || configuration().exifExactQuirks.get();
 
   const bool bar = !options.json && ::isatty(STDERR_FILENO);
   GeotagProgress progress;

@@ -19,6 +19,7 @@ struct GeotagCommandOptions {
   bool dryRun = false;
   bool json = false;
   double maxGapSeconds = 1800.0;
+  bool exactQuirks = false;
 };
 
 void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& result);
