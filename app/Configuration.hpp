@@ -144,6 +144,8 @@ class Configuration {
   TextSetting tileUrl{*this, "Internet", "Url_Teselas", "https://tile.openstreetmap.org/{z}/{x}/{y}.png"};
   TextSetting tileAttribution{*this, "Internet", "Atribucion_Teselas", "\xA9 OpenStreetMap contributors"};
   TextSetting recentFiles{*this, "AutoOpen", "Ficheros_Recientes", ""};  // "|"-separated, newest first
+  // -- Photos: write GPS entries with the described quirks byte for byte (off: the safe writer)
+  BoolSetting exifExactQuirks{*this, "Fotos", "Exif_Exact_Quirks", false};
 };
 
 // The one configuration object of the program.

@@ -51,6 +51,7 @@ bool collectPhotos(const std::vector<std::filesystem::path>& inputs, TCjtoFotos&
     auto group = std::make_unique<TFotos>();
     group->folder = input.parent_path();
     auto photo = std::make_unique<TFoto>();
+    photo->exif.setGpsQuirks(photos.gpsQuirks);
     std::string ignored;  // kept in the photo's own load message
     photo->load(input, ignored);
     group->photos.add(std::move(photo));
@@ -91,6 +92,7 @@ bool preparePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult&
   photo.position = wgs84;
   photo.datum = kDatumWgs84;
   TJpegExif preview;  // the encoding alone, without touching the photo's own entries
+  preview.setGpsQuirks(photo.exif.gpsQuirks());
   preview.SetGpsWgs84(wgs84);
   ExifGpsPosition written;
   if (preview.ReadGps(written, message)) {
@@ -117,9 +119,16 @@ void writePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& r
     }
     result.planned = plannedEntries(jpeg);
     result.status = GeotagStatus::Tagged;
-    return;
+  } else {
+    result.status = photo.Save(result.written, message) ? GeotagStatus::Tagged : GeotagStatus::Error;
   }
-  result.status = photo.Save(result.written, message) ? GeotagStatus::Tagged : GeotagStatus::Error;
+  if (result.status != GeotagStatus::Tagged) return;
+  result.dropped = photo.exif.dropped();
+  if (!result.dropped.empty()) {  // never silently
+    std::string names;
+    for (const std::string& name : result.dropped) names += (names.empty() ? "" : ", ") + name;
+    appendMessage(message, "Left out of the photo: " + names);
+  }
 }
 
 // Each written photo waits for its own flush to disk; with several in flight the disk and the
@@ -216,6 +225,7 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
   TCjtoFotos photos;
   photos.addCoordinates = true;
   photos.markTrack = !options.markTrackFile.empty();
+  photos.gpsQuirks = options.exactQuirks ? GpsQuirks::Exact : GpsQuirks::Safe;
   if (!collectPhotos(options.inputs, photos, message)) return false;
   TrackSettings settings;
   settings.maxGapSeconds = options.maxGapSeconds;

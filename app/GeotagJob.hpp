@@ -34,6 +34,7 @@ struct GeotagOptions {
   bool force = false;                         // write even when the offset looks wrong
   double maxJumpM = 0.0;                      // refuse to interpolate across a longer step; 0: no limit
   bool writeError = false;                    // also write GPSHPositioningError
+  bool exactQuirks = false;                   // the writer's described quirks, byte for byte
 };
 
 enum class GeotagStatus { Tagged, NoTime, NotCovered, Error };
@@ -51,6 +52,7 @@ struct GeotagPhotoResult {
   double offsetS = 0.0;        // clock correction applied to this photo (zone, offset, drift)
   bool hasConfidence = false;  // placed: `confidence` is filled
   TagConfidence confidence;
+  std::vector<std::string> dropped;  // what the written photo had to leave out, one name each
 };
 
 // What the run made of the camera's clock.

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "app/GeotagJob.hpp"
+#include "app/Configuration.hpp"
 #include "app/Startup.hpp"
 
 namespace pixtrail::cli {
@@ -78,6 +79,7 @@ void printJson(const std::vector<GeotagPhotoResult>& results, bool dryRun) {
       row["error_m"] = c.errorM;
     }
     if (dryRun && tagged) row["planned"] = r.planned;
+    if (tagged) row["dropped"] = r.dropped;
     out.push_back(row);
   }
   std::printf("%s\n", out.dump(2).c_str());
@@ -150,6 +152,8 @@ void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& r
   cmd->add_flag("--write-error", options->writeError, "Also write the estimated error (GPSHPositioningError)");
   cmd->add_flag("--force", options->force, "Write even when the clock offset looks wrong");
   cmd->add_flag("--json", options->json, "One JSON array, one object per photo");
+  cmd->add_flag("--exact-quirks", options->exactQuirks,
+                "Write GPS entries with the described quirks byte for byte (also gps.ini [Fotos] Exif_Exact_Quirks)");
   cmd->add_option("photos", options->inputs, "Photos and folders of photos")->required();
   cmd->callback([options, &global, &result]() {
     if (options->outDir.empty() && !options->inPlace) {
@@ -182,6 +186,7 @@ int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global) 
   job.maxJumpM = options.maxJumpM;
   job.writeError = options.writeError;
   job.force = options.force;
+  job.exactQuirks = options.exactQuirks || configuration().exifExactQuirks.get();
 
   const bool bar = !options.json && ::isatty(STDERR_FILENO);
   GeotagProgress progress;

@@ -25,6 +25,7 @@ struct GeotagCommandOptions {
   double maxJumpM = 0.0;       // 0: no limit
   bool writeError = false;
   bool force = false;
+  bool exactQuirks = false;
 };
 
 void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& result);
