@@ -107,13 +107,17 @@ bool preparePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult&
 // The file work of one photo; photos are independent, so several run at once.
 void writePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& result) {
   std::string& message = result.message;
-  if (options.writeError && result.hasConfidence)
-    photo.exif.SetTag(kGpsIfd, kGpsHPositioningError, kTypeRational, 1,
-                      positioningErrorRational(result.confidence.errorM));
+  if (options.writeError && result.hasConfidence) {
+    TTifTag error;
+    error.key = kGpsHPositioningError;
+    error.type = kTypeRational;
+    error.count = 1;
+    error.data = positioningErrorRational(result.confidence.errorM);
+    photo.fixEntries.push_back(error);
+  }
   if (options.dryRun) {
     std::string jpeg;
-    photo.exif.SetGpsWgs84(photo.position);
-    if (!photo.exif.Render(jpeg, message)) {
+    if (!photo.SetFix(message) || !photo.exif.Render(jpeg, message)) {
       result.status = GeotagStatus::Error;
       return;
     }
