@@ -67,8 +67,15 @@ constexpr double kRationalFractionLimit = 0.000001;
 constexpr double kRationalDenominator = 1000.0;
 
 // Pointer entries the writer cannot rebuild; they are left out rather than left wrong.
-constexpr std::array<std::pair<std::uint16_t, std::string_view>, 3> kUnrebuiltPointerTags = {
-    {{0x014A, "SubIFDs"}, {0x0111, "StripOffsets"}, {0x0144, "TileOffsets"}}};
+// Their byte counts go with them: counts without offsets are a broken image description.
+constexpr std::array<std::pair<std::uint16_t, std::string_view>, 5> kUnrebuiltPointerTags = {
+    {{0x014A, "SubIFDs"},
+     {0x0111, "StripOffsets"},
+     {0x0117, "StripByteCounts"},
+     {0x0144, "TileOffsets"},
+     {0x0145, "TileByteCounts"}}};
+constexpr std::uint16_t kKeyStripOffsets = 0x1101;     // 0x0111 as held
+constexpr std::uint16_t kKeyStripByteCounts = 0x1701;  // 0x0117 as held
 
 // GPS entries that describe one fix besides its place: when a new position replaces an old one they
 // would pair the new place with the old fix's time, speed or heading. Tags 7 to 17 and 19 to 31.
@@ -205,6 +212,23 @@ struct TiffReader {
     return true;
   }
 };
+
+int findInDirectory(const VectorI<TTifTag>& tags, std::uint32_t directory, std::uint16_t key) {
+  for (std::size_t i = 0; i < tags.size(); ++i)
+    if (tags[i].key == key && tags[i].directory == directory) return static_cast<int>(i);
+  return -1;
+}
+
+// SHORT or LONG values of an entry (its data is little-endian once read).
+std::vector<std::uint32_t> unsignedValues(const TTifTag& tag) {
+  std::vector<std::uint32_t> out;
+  const std::size_t size = tag.type == kTypeShort ? 2 : tag.type == kTypeLong ? 4 : 0;
+  if (size == 0) return out;
+  const auto* p = reinterpret_cast<const unsigned char*>(tag.data.data());
+  for (std::size_t i = 0; i + size <= tag.data.size(); i += size)
+    out.push_back(size == 2 ? readU16(p + i, ByteOrder::little) : readU32(p + i, ByteOrder::little));
+  return out;
+}
 
 int findKey(const VectorI<TTifTag>& tags, std::uint16_t key) {
   for (std::size_t i = 0; i < tags.size(); ++i)
@@ -448,6 +472,20 @@ bool TJpegExif::readTiff(std::string_view segment, std::string& message) {
     thumbnailValid = reader.has(offset, length);
     if (thumbnailValid) thumbnail.assign(tiff.substr(offset, length));
   }
+  // An uncompressed thumbnail lies in strips, addressed like the JPEG one.
+  std::vector<std::string> strips;
+  bool stripsValid = false;
+  const int stripOffsets = findInDirectory(tags, kIfd1, kKeyStripOffsets);
+  const int stripCounts = findInDirectory(tags, kIfd1, kKeyStripByteCounts);
+  if (stripOffsets >= 0 && stripCounts >= 0) {
+    const std::vector<std::uint32_t> offsets = unsignedValues(tags[stripOffsets]);
+    const std::vector<std::uint32_t> counts = unsignedValues(tags[stripCounts]);
+    stripsValid = !offsets.empty() && offsets.size() == counts.size();
+    for (std::size_t i = 0; stripsValid && i < offsets.size(); ++i) {
+      stripsValid = reader.has(offsets[i], counts[i]);
+      if (stripsValid) strips.emplace_back(tiff.substr(offsets[i], counts[i]));
+    }
+  }
   VectorI<TTifTag> interop;
   bool interopValid = false;
   const int interopPointer = findKey(tags, kKeyInteropPointer);
@@ -471,6 +509,8 @@ bool TJpegExif::readTiff(std::string_view segment, std::string& message) {
   tags_ = std::move(tags);
   thumbnail_ = std::move(thumbnail);
   thumbnailValid_ = thumbnailValid;
+  strips_ = stripsValid ? std::move(strips) : std::vector<std::string>{};
+  stripsValid_ = stripsValid;
   interop_ = interopValid ? std::move(interop) : VectorI<TTifTag>{};
   interopValid_ = interopValid;
   return true;
@@ -691,7 +731,8 @@ std::string TJpegExif::buildExifSegment() {
   };
   auto carried = [&](const TTifTag& tag) {
     const std::uint16_t number = tag.tagNumber();
-    if (tag.directory != kGpsIfd) {
+    const bool strip = tag.key == kKeyStripOffsets || tag.key == kKeyStripByteCounts;
+    if (tag.directory != kGpsIfd && !(strip && tag.directory == kIfd1 && stripsValid_)) {
       for (const auto& [pointer, name] : kUnrebuiltPointerTags)
         if (number == pointer) return drop(std::string(name));
     }
@@ -766,6 +807,21 @@ std::string TJpegExif::buildExifSegment() {
       t += thumbnail_;
       patchPointer(kIfd1, kKeyThumbnailOffset, offset);
       patchPointer(kIfd1, kKeyThumbnailLength, static_cast<std::uint32_t>(thumbnail_.size()));
+    }
+    const int offsets = FindTag(kIfd1, kKeyStripOffsets);
+    if (stripsValid_ && offsets >= 0) {
+      const TTifTag& tag = tags_[offsets];
+      const std::size_t size = tiffTypeSize(tag.type);
+      const std::size_t values = tag.writePosition + 8;
+      const std::size_t array = tag.data.size() <= 4 ? values : readU32(bytesOf(t) + values, ByteOrder::little);
+      for (std::size_t i = 0; i < strips_.size(); ++i) {
+        alignEven(t);
+        std::string where;
+        if (size == 2) appendU16(where, static_cast<std::uint16_t>(t.size()), ByteOrder::little);
+        else appendU32(where, static_cast<std::uint32_t>(t.size()), ByteOrder::little);
+        t.replace(array + i * size, size, where);
+        t += strips_[i];
+      }
     }
   }
   return std::string(kExifHeader) + t;
