@@ -131,5 +131,32 @@ TEST_F(GeotagJobTest, MarksTheTrackThatPlacedEachPhoto) {
   EXPECT_EQ(tracks[1].point(2).coursePoint->comment, "b.jpg");
 }
 
+// A phone photo: ImageWidth in IFD0 (held under the key of GPSLatitudeRef) and a JFIF header before
+// the EXIF segment. The setting decides which reading of the writer the photo gets.
+TEST_F(GeotagJobTest, TheQuirksSettingReachesThePhotoAndWhatIsLeftOutIsNamed) {
+  test::ExifLayout layout;
+  layout.ifd0 = {{0x0100, 3, {4032}, {}}, test::asciiEntry(0x010F, "Phone")};
+  layout.exif = {test::asciiEntry(0x9003, "2024:06:01 10:05:00")};
+  const std::string app1 = test::buildJpeg(layout);
+  std::filesystem::create_directory(in / "phone");
+  test::writeFileBytes(in / "phone/p.jpg", app1.substr(0, 2) + std::string("\xFF\xE0\x00\x04JF", 6) + app1.substr(2));
+  options.inputs = {in / "phone"};
+  for (bool exact : {false, true}) {
+    options.exactQuirks = exact;
+    options.outDir = out.path() / (exact ? "exact" : "safe");
+    ASSERT_TRUE(geotagWithTracks(options, tracks, results, message)) << message;
+    ASSERT_EQ(results.size(), 1u);
+    EXPECT_EQ(results[0].status, GeotagStatus::Tagged) << results[0].message;
+    EXPECT_EQ(results[0].dropped, std::vector<std::string>{"APP0 segment"});
+    EXPECT_NE(results[0].message.find("Left out of the photo: APP0 segment"), std::string::npos) << results[0].message;
+    TJpegExif written;
+    ASSERT_TRUE(written.Read(options.outDir / "p.jpg", message)) << message;
+    const int width = written.FindTag(kIfd0, 1);
+    ASSERT_GE(width, 0);
+    EXPECT_EQ(written.tags()[width].type, exact ? kTypeAscii : kTypeShort) << (exact ? "exact" : "safe");
+    EXPECT_EQ(written.FindTag(kGpsIfd, kGpsLatitudeRef) >= 0, !exact);
+  }
+}
+
 }  // namespace
 }  // namespace pixtrail
