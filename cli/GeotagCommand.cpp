@@ -34,6 +34,11 @@ void printTable(const std::vector<GeotagPhotoResult>& results, bool dryRun) {
                 std::string(geotagStatusName(r.status)).c_str());
     if (r.status == GeotagStatus::Tagged) std::printf(" %14.9f %14.9f %10.4f", r.lat, r.lon, r.altM);
     std::printf("\n");
+    if (!r.dropped.empty()) {  // never silently
+      std::string names;
+      for (const std::string& name : r.dropped) names += (names.empty() ? "" : ", ") + name;
+      std::printf("    left out: %s\n", names.c_str());
+    }
     if (dryRun && r.status == GeotagStatus::Tagged) {
       std::printf("    would write %s:\n", r.written.string().c_str());
       std::string lines = r.planned;
