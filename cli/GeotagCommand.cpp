@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cmath>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -32,7 +33,11 @@ void printTable(const std::vector<GeotagPhotoResult>& results, bool dryRun) {
     const std::string name = r.file.filename().string();
     std::printf("%-28s %-19s %-11s", name.c_str(), timeText(r).c_str(),
                 std::string(geotagStatusName(r.status)).c_str());
-    if (r.status == GeotagStatus::Tagged) std::printf(" %14.9f %14.9f %10.4f", r.lat, r.lon, r.altM);
+    if (r.status == GeotagStatus::Tagged) {
+      std::printf(" %14.9f %14.9f", r.lat, r.lon);
+      if (std::isnan(r.altM)) std::printf(" %10s", "-");
+      else std::printf(" %10.4f", r.altM);
+    }
     std::printf("\n");
     if (!r.dropped.empty()) {  // never silently
       std::string names;
@@ -62,7 +67,7 @@ void printJson(const std::vector<GeotagPhotoResult>& results, bool dryRun) {
     const bool tagged = r.status == GeotagStatus::Tagged;
     row["lat"] = tagged ? nlohmann::json(r.lat) : nlohmann::json();
     row["lon"] = tagged ? nlohmann::json(r.lon) : nlohmann::json();
-    row["alt"] = tagged ? nlohmann::json(r.altM) : nlohmann::json();
+    row["alt"] = tagged && !std::isnan(r.altM) ? nlohmann::json(r.altM) : nlohmann::json();
     if (tagged) row["written"] = r.written.string();
     if (dryRun && tagged) row["planned"] = r.planned;
     if (tagged) row["dropped"] = r.dropped;

@@ -21,11 +21,13 @@
 #include "photos/exif_tag_labels.hpp"
 
 // Departures kept on purpose (they are the system's behaviour): types 8 and 11 count one byte;
-// rationals with a numerator of 1 or less read as the numerator itself; the altitude reference is
-// neither read nor used for the sign; IFD0 must start at offset 8; segments before the first APP1
-// are not carried over. Additions for the safety of photos: offsets are checked against the
-// segment, the interoperability IFD is rebuilt with the rest, and a maker note that addresses its
-// data from the TIFF header is relocated, or dropped when its layout cannot be followed.
+// rationals with a numerator of 1 or less read as the numerator itself; IFD0 must start at offset
+// 8; segments before the first APP1 are not carried over (they are named in dropped()). With
+// GpsQuirks::Exact the GPS writer and reader also keep the quirks that damage photos (see
+// GpsQuirks); the safe default reads the altitude reference. Additions for the safety of photos:
+// offsets are checked against the segment, the interoperability IFD and an uncompressed thumbnail
+// are rebuilt with the rest, and the maker note is rebuilt by its maker's convention
+// (exif_maker_notes), whatever cannot be kept being named.
 
 namespace pixtrail {
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "photos/TJpegExif.hpp"
 #include "tests/photos/exif_builder.hpp"
 #include "tests/support/datum_fixture.hpp"
@@ -30,11 +32,11 @@ TEST(GeotagClockOffset, ReadsSignedHoursMinutesSeconds) {
   }
 }
 
-std::unique_ptr<TVolGPS> trackFrom(int hour, double lat0) {
+std::unique_ptr<TVolGPS> trackFrom(int hour, double lat0, float alt = 50.0f) {
   auto t = std::make_unique<TVolGPS>();
   for (int i = 0; i < 3; ++i) {
     auto p = std::make_unique<TPuntVol>();
-    p->position = {2.0, lat0 + 0.01 * i, 50.0f};
+    p->position = {2.0, lat0 + 0.01 * i, alt};
     p->time = TPuntTiempo::fromRecord({1, 6, 2024, hour, 10 * i, 0.0});
     p->stateFlags = TPuntVol::kValidData;
     t->appendPoint(std::move(p));
@@ -156,6 +158,20 @@ TEST_F(GeotagJobTest, TheQuirksSettingReachesThePhotoAndWhatIsLeftOutIsNamed) {
     EXPECT_EQ(written.tags()[width].type, exact ? kTypeAscii : kTypeShort) << (exact ? "exact" : "safe");
     EXPECT_EQ(written.FindTag(kGpsIfd, kGpsLatitudeRef) >= 0, !exact);
   }
+}
+
+TEST_F(GeotagJobTest, ATrackWithoutElevationsWritesNoAltitude) {
+  VectorP<TVolGPS> flat;
+  flat.add(trackFrom(10, 40.0, kUnknownAltitude));
+  options.inputs = {in / "photos/a.jpg"};
+  ASSERT_TRUE(geotagWithTracks(options, flat, results, message)) << message;
+  ASSERT_EQ(results.size(), 1u);
+  ASSERT_EQ(results[0].status, GeotagStatus::Tagged) << results[0].message;
+  EXPECT_TRUE(std::isnan(results[0].altM));
+  TJpegExif written;
+  ASSERT_TRUE(written.Read(options.outDir / "a.jpg", message)) << message;
+  EXPECT_LT(written.FindTag(kGpsIfd, kGpsAltitude), 0);
+  EXPECT_GE(written.FindTag(kGpsIfd, kGpsLatitude), 0);
 }
 
 }  // namespace
