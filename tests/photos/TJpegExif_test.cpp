@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <ctime>
 
@@ -532,6 +533,45 @@ TEST(JpegExifMalformed, EveryBrokenFileIsRefusedOrWrittenIntoAReadablePhoto) {
   }
   EXPECT_GT(refused, 0u);
   EXPECT_GT(written, 0u);
+}
+
+// Maker notes with bytes flipped, one position at a time over the whole note (directory,
+// entries, values): the note is followed, kept as it stands or named, never read out of bounds.
+TEST(JpegExifMalformed, FlippedBytesInMakerNotesNeverLeadOutside) {
+  for (const char* photo : {"photos/Minolta.jpg", "photos/Sigma.jpg", "photos/Canon.jpg"}) {
+    const std::string source = test::readFileBytes(test::testData(photo));
+    TJpegExif exif;
+    std::string message;
+    ASSERT_TRUE(exif.ReadBytes(source, message)) << photo;
+    const int note = exif.FindTag(kExifIfd, kKeyMakerNote);
+    ASSERT_GE(note, 0) << photo;
+    const std::size_t tiff = source.find(std::string("Exif\0\0", 6)) + 6;
+    const std::size_t start = tiff + exif.tags()[note].value, size = exif.tags()[note].count;
+    std::size_t written = 0;
+    for (std::size_t at = start; at < start + std::min<std::size_t>(size, 600); at += 3) {
+      std::string broken = source;
+      broken[at] = static_cast<char>(broken[at] ^ 0xA5);
+      TJpegExif flipped;
+      std::string jpeg;
+      message.clear();
+      if (!flipped.ReadBytes(broken, message)) continue;
+      flipped.SetGpsWgs84({12.5, 41.9, 21.0f});
+      if (!flipped.RenderBytes(broken, jpeg, message)) {
+        EXPECT_FALSE(message.empty()) << photo << " @" << at;
+        continue;
+      }
+      TJpegExif back;
+      ExifGpsPosition gps;
+      ASSERT_TRUE(back.ReadBytes(jpeg, message) && back.ReadGps(gps, message)) << photo << " @" << at << message;
+      const bool noteGone = back.FindTag(kExifIfd, kKeyMakerNote) < 0;
+      const auto& dropped = flipped.dropped();
+      if (noteGone) {  // never silently
+        EXPECT_NE(std::find(dropped.begin(), dropped.end(), "MakerNote"), dropped.end()) << photo << " @" << at;
+      }
+      ++written;
+    }
+    EXPECT_GT(written, 0u) << photo;
+  }
 }
 
 }  // namespace
