@@ -246,7 +246,10 @@ class NoteRebuilder {
       kept.push_back(e);
     }
     const ByteOrder outOrder = swap_ ? ByteOrder::little : order_;
-    const std::uint32_t next = u32(directory + 2 + kEntrySize * entries.size());
+    // Panasonic's directory, and a note cut short, end without a next-directory offset.
+    const std::size_t nextAt = directory + 2 + kEntrySize * entries.size();
+    const bool hasNext = nextAt + 4 <= bodySize_;
+    const std::uint32_t next = hasNext ? u32(nextAt) : 0;
     std::string dir;
     appendU16(dir, static_cast<std::uint16_t>(kept.size()), outOrder);
     for (Entry& e : kept) {
@@ -259,8 +262,8 @@ class NoteRebuilder {
       dir += value;
       e.at = at;
     }
-    appendU32(dir, next, outOrder);
-    dir.resize(2 + kEntrySize * entries.size() + 4, '\0');
+    if (hasNext) appendU32(dir, next, outOrder);
+    dir.resize(2 + kEntrySize * entries.size() + (hasNext ? 4 : 0), '\0');
     out_.replace(directory, dir.size(), dir);
     for (const Entry& e : kept) {
       if (swap_ && e.target && e.type != kTypeSubDirectory && !e.pointerPair)

@@ -4,6 +4,8 @@
 
 #include <vector>
 
+#include "tests/support/test_support.hpp"
+
 namespace pixtrail {
 namespace {
 
@@ -163,6 +165,29 @@ TEST(MakerNote, AStaleByteOrderMarkerGivesWayToTheEntries) {
   EXPECT_EQ(placed.substr(0, 6), header);
   EXPECT_EQ(le32(placed, 6 + 2 + 8), kNewAt + dataAt);
   EXPECT_EQ(le32(placed, dataAt), 1u);
+}
+
+// Inputs the fuzzer found, in its form: the first byte picks the camera and byte order, the rest is
+// a TIFF structure whose maker note runs from offset 8 to the end.
+TEST(MakerNoteFuzzFinds, PlannedNotesStayInsideTheirBytes) {
+  const struct {
+    const char* file;
+    const char* why;
+  } rows[] = {
+      {"fuzz/maker-note-without-next-offset.bin", "a directory ending with the note had its next offset read past it"},
+  };
+  for (const auto& row : rows) {
+    const std::string input = test::readFileBytes(test::testData(row.file));
+    ASSERT_GT(input.size(), 9u) << row.why;
+    const std::string tiff = input.substr(1);
+    const ByteOrder order = (static_cast<unsigned char>(input[0]) & 0x80) != 0 ? ByteOrder::big : ByteOrder::little;
+    for (const char* make : {"Canon", "Minolta", "PENTAX", "NIKON", "SIGMA", "Apple"}) {
+      const MakerNotePlan plan =
+          planMakerNote(tiff, kNoteAt, static_cast<std::uint32_t>(tiff.size() - kNoteAt), order, make);
+      EXPECT_EQ(placeMakerNote(plan, kNewAt).size(), plan.note.size()) << row.why << " " << make;
+      EXPECT_TRUE(plan.keep) << row.why << " " << make;
+    }
+  }
 }
 
 }  // namespace
