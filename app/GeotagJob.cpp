@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 #include <mutex>
 #include <thread>
 
@@ -99,6 +100,8 @@ bool preparePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult&
     result.lat = written.lat;
     result.lon = written.lon;
     result.altM = written.altM;
+    // No elevation on the track: the photo gets no altitude, say none rather than 0 m.
+    if (preview.FindTag(kGpsIfd, kGpsAltitude) < 0) result.altM = std::numeric_limits<double>::quiet_NaN();
   }
   result.written = options.inPlace ? photo.fileName : options.outDir / photo.fileName.filename();
   return true;

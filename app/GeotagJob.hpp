@@ -46,7 +46,7 @@ struct GeotagPhotoResult {
   DateTimeRecord time;            // capture time as the camera wrote it
   bool hasTime = false;
   GeotagStatus status = GeotagStatus::Error;
-  double lat = 0.0, lon = 0.0, altM = 0.0;  // WGS 84, as written into the photo
+  double lat = 0.0, lon = 0.0, altM = 0.0;  // WGS 84, as written into the photo (altM NaN: none written)
   std::string message;
   std::string planned;  // dry run: the GPS entries the photo would get, one dump line each
   double offsetS = 0.0;        // clock correction applied to this photo (zone, offset, drift)

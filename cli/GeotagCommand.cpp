@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cmath>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -34,7 +35,9 @@ void printTable(const std::vector<GeotagPhotoResult>& results, bool dryRun) {
     std::printf("%-28s %-19s %-11s", name.c_str(), timeText(r).c_str(),
                 std::string(geotagStatusName(r.status)).c_str());
     if (r.status == GeotagStatus::Tagged) {
-      std::printf(" %14.9f %14.9f %10.4f", r.lat, r.lon, r.altM);
+      std::printf(" %14.9f %14.9f", r.lat, r.lon);
+      if (std::isnan(r.altM)) std::printf(" %10s", "-");
+      else std::printf(" %10.4f", r.altM);
       // How sure: the error estimate and the seconds to the nearest fix; "end" when not interpolated.
       if (r.hasConfidence)
         std::printf(" %8.1f %8.0f%s", r.confidence.errorM, r.confidence.nearestS, r.confidence.atEnd ? " end" : "");
@@ -42,6 +45,11 @@ void printTable(const std::vector<GeotagPhotoResult>& results, bool dryRun) {
     if (r.status != GeotagStatus::Tagged && !r.message.empty() && r.hasConfidence)
       std::printf(" %s", r.message.c_str());
     std::printf("\n");
+    if (!r.dropped.empty()) {  // never silently
+      std::string names;
+      for (const std::string& name : r.dropped) names += (names.empty() ? "" : ", ") + name;
+      std::printf("    left out: %s\n", names.c_str());
+    }
     if (dryRun && r.status == GeotagStatus::Tagged) {
       std::printf("    would write %s:\n", r.written.string().c_str());
       std::string lines = r.planned;
@@ -65,7 +73,7 @@ void printJson(const std::vector<GeotagPhotoResult>& results, bool dryRun) {
     const bool tagged = r.status == GeotagStatus::Tagged;
     row["lat"] = tagged ? nlohmann::json(r.lat) : nlohmann::json();
     row["lon"] = tagged ? nlohmann::json(r.lon) : nlohmann::json();
-    row["alt"] = tagged ? nlohmann::json(r.altM) : nlohmann::json();
+    row["alt"] = tagged && !std::isnan(r.altM) ? nlohmann::json(r.altM) : nlohmann::json();
     if (tagged) row["written"] = r.written.string();
     if (r.hasTime) row["offset_s"] = r.offsetS;
     if (r.hasConfidence) {

@@ -149,6 +149,8 @@ class TJpegExif {
   std::filesystem::path fileName_;
   std::string thumbnail_;
   bool thumbnailValid_ = false;  // a zero-length thumbnail is valid; an unreadable one is not
+  std::vector<std::string> strips_;  // an uncompressed thumbnail's strips
+  bool stripsValid_ = false;
   // Kept beside the four directories so their pointers stay valid when the block is rebuilt.
   VectorI<TTifTag> interop_;
   bool interopValid_ = false;
