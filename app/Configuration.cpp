@@ -97,7 +97,8 @@ bool Configuration::load(const std::filesystem::path& file, std::string& message
     return true;
   }
   std::string content;
-  if (!readWholeFile(file, content, message) || !parse(content, file.string(), message)) return false;
+  if (!readWholeFile(file, content, message, limits::kMaxSettingsFileBytes) || !parse(content, file.string(), message))
+    return false;
   writable_ = true;
   return true;
 }

@@ -49,7 +49,7 @@ bool TFoto::load(const std::filesystem::path& file, std::string& message) {
   return true;
 }
 
-bool TFoto::Save(const std::filesystem::path& target, std::string& message) {
+bool TFoto::Save(const std::filesystem::path& target, std::string& message, const SafeWriteOptions& write) {
   if (!hasPosition || !exif.SetGpsPosition(position, datum, message)) {
     appendMessage(message, kErrSavingCoordinates);
     return false;
@@ -61,7 +61,7 @@ bool TFoto::Save(const std::filesystem::path& target, std::string& message) {
     return false;
   }
   if (exif.fileName().empty()) exif.setFileName(fileName);
-  if (!exif.Write(target, !inPlace, message)) {
+  if (!exif.Write(target, !inPlace, message, write)) {
     if (!inPlace) appendMessage(message, kErrSavingFile);
     return false;
   }

@@ -42,7 +42,7 @@ class TFoto {
 
   // Writes the position into the photo: into `target`, which must not exist yet, or in place when
   // `target` is the photo's own file. The photo then refers to the target.
-  bool Save(const std::filesystem::path& target, std::string& message);
+  bool Save(const std::filesystem::path& target, std::string& message, const SafeWriteOptions& write = {});
 
   std::vector<PhotoField> exifFields() const;
   // "Exif::<key>": the first entry with that key in IFD0, the EXIF IFD, then the GPS IFD.

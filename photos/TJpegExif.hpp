@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "core/DateTimeRecord.hpp"
+#include "core/SafeFile.hpp"
 #include "core/TCoord.hpp"
 #include "core/VectorP.hpp"
 
@@ -99,8 +100,10 @@ class TJpegExif {
   // The same from the source's bytes already in memory.
   bool RenderBytes(std::string_view source, std::string& jpeg, std::string& message);
   // Renders and writes through a temporary file and a rename; with mustNotExist an existing
-  // target is never replaced. On success the object takes the target as its file name.
-  bool Write(const std::filesystem::path& target, bool mustNotExist, std::string& message);
+  // target is never replaced; `write` says what else to keep or refuse. On success the object takes
+  // the target as its file name.
+  bool Write(const std::filesystem::path& target, bool mustNotExist, std::string& message,
+             const SafeWriteOptions& write = {});
 
   TTifTag& SetTag(std::uint32_t directory, std::uint16_t key, std::uint16_t type,
                   std::uint32_t count, std::string_view data);

@@ -2,7 +2,7 @@
 
 #include <array>
 #include <cstdio>
-#include <fstream>
+#include <memory>
 
 #include "app/Configuration.hpp"
 #include "core/SafeFile.hpp"
@@ -194,7 +194,15 @@ bool formatNativeTrack(const TVolGPS& track, const NativeTrackWriteOptions& opti
     }
     appendTextLine('z', "  ", z, out);
   }
-  for (const TPuntVol& p : track.points) {
+  for (std::size_t i = 0; i < track.points.size(); ++i) {
+    const TPuntVol& p = track.points[i];
+    // Written as it stands, 1066 would read back as 1966: refused instead of changed.
+    if (!pointDateFits(p.time)) {
+      appendMessage(message, "Point " + std::to_string(i + 1) + ": the year " + std::to_string(p.time.year) +
+                                 " cannot be written (this format holds " + std::to_string(kFirstTwoDigitYear) +
+                                 " to " + std::to_string(kLastTwoDigitYear) + ")");
+      return false;
+    }
     if (!appendPointLine(p, options.file, options.preferGpsAltitude, out, message)) return false;
     out += kCrLf;
     if (p.coursePoint) {
@@ -224,6 +232,7 @@ bool writeNativeTrack(const TVolGPS& track, const std::filesystem::path& request
   if (!formatNativeTrack(track, options, text, message)) return false;
   SafeWriteOptions safe;
   safe.keepBackup = options.keepBackup;
+  safe.mustNotExist = options.mustNotExist;
   std::string reason;
   if (!writeFileSafely(name, text, safe, reason)) {
     appendMessage(message, configuration().language.format(msg::kErrorCreatingFile, name.string()));
@@ -379,24 +388,24 @@ bool parseNativeTrack(std::string_view text, TVolGPS& track, FileCoordinates& fi
 
 bool readNativeTrack(const std::filesystem::path& path, TVolGPS& track, FileCoordinates& file,
                      std::string& message) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) {
-    appendMessage(message, "Error opening " + path.string());
-    return false;
-  }
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> in(openRegularFile(path, message), &std::fclose);
+  if (!in) return false;
   // Read in chunks so that memory holds the points, not the file's text as well.
   NativeTrackParser parser(track, file, message);
   std::string buffer;
   std::string chunk(kReadChunkBytes, '\0');
-  while (in) {
-    in.read(chunk.data(), static_cast<std::streamsize>(chunk.size()));
-    buffer.append(chunk.data(), static_cast<std::size_t>(in.gcount()));
+  for (std::size_t got; (got = std::fread(chunk.data(), 1, chunk.size(), in.get())) > 0;) {
+    buffer.append(chunk.data(), got);
     std::size_t start = 0;
     for (std::size_t end; (end = buffer.find('\n', start)) != std::string::npos; start = end + 1)
       parser.line(std::string_view(buffer).substr(start, end - start));
     buffer.erase(0, start);
+    if (buffer.size() > limits::kMaxLineBytes) {
+      appendMessage(message, path.string() + ": line too long");
+      return false;
+    }
   }
-  if (in.bad()) {
+  if (std::ferror(in.get())) {
     appendMessage(message, "Error reading " + path.string());
     return false;
   }
