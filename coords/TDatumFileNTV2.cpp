@@ -29,8 +29,10 @@ constexpr double kSecondsPerDegree = 3600.0;
 constexpr std::int32_t kMaxHeaderRecords = 1000;
 // More nodes than this would not fit any real grid and guards against absurd allocations.
 constexpr std::int64_t kMaxNodes = 50'000'000;
-// No datum change moves a point by a degree; a node beyond it (or not a number) is damage.
-constexpr double kMaxShiftSeconds = 3600.0;
+// Real grids shift by seconds and test grids by a few degrees; a node beyond a quarter turn (or not
+// a number) is damage.
+constexpr double kQuarterTurnDeg = 90.0;
+constexpr double kMaxShiftSeconds = kQuarterTurnDeg * kSecondsPerDegree;
 
 // One keyword of a header and the member its value goes to (exactly one pointer is set).
 template <typename Owner>

@@ -71,20 +71,30 @@ class Attack : public ::testing::Test {
 // untouched or completely tagged (never empty, never half-written), the survivor reports no
 // spurious error, and the next run clears what the killed one left.
 TEST_F(Attack, TwoInPlaceRunsWithOneKilledNeverDamageAPhoto) {
-  constexpr int kPhotos = 60;
+  constexpr int kPhotos = 200;
   constexpr int kTrials = 12;
   const std::string folder = shellQuote((dir / "photos").string());
-  int survivorsClean = 0;
-  for (int trial = 0; trial < kTrials; ++trial) {
+  const auto reset = [&] {
     for (int i = 0; i < kPhotos; ++i) test::writeFileBytes(photo("p" + std::to_string(i) + ".jpg"), original);
-    char delay[16];
-    std::snprintf(delay, sizeof delay, "0.%02d", 5 + trial * 7);
+  };
+  // The kills land at fractions of a whole run measured here, so that a fast or a loaded machine
+  // still interrupts runs half way.
+  reset();
+  const auto start = std::chrono::steady_clock::now();
+  test::runCommand(geotag("--in-place " + folder));
+  const double wholeRunS = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  const std::string killedStatus = shellQuote((dir / "killed-status").string());
+  int survivorsClean = 0, killed = 0;
+  for (int trial = 0; trial < kTrials; ++trial) {
+    reset();
+    char delay[32];
+    std::snprintf(delay, sizeof delay, "%.3f", wholeRunS * (0.1 + 0.07 * trial));
     const std::string both = "(timeout -s KILL " + std::string(delay) + " " + geotag("--in-place " + folder) +
-                             " >/dev/null 2>&1 &) ; " + geotag("--in-place " + folder) + " >/dev/null; echo $? ; wait";
+                             " >/dev/null 2>&1; echo $? >" + killedStatus + ") & " + geotag("--in-place " + folder) +
+                             " >/dev/null; echo $?; wait";
     const test::CommandOutput run = test::runCommand(both);
     if (run.out.starts_with("0")) ++survivorsClean;
-    // Let a killed run's children finish dying before looking.
-    test::runCommand("sleep 0.3");
+    if (test::readFileBytes(dir / "killed-status").starts_with("137")) ++killed;
     for (int i = 0; i < kPhotos; ++i) {
       const fs::path file = photo("p" + std::to_string(i) + ".jpg");
       ASSERT_TRUE(fs::exists(file)) << file;
@@ -94,6 +104,7 @@ TEST_F(Attack, TwoInPlaceRunsWithOneKilledNeverDamageAPhoto) {
     }
   }
   EXPECT_EQ(survivorsClean, kTrials) << "the run that was not killed must finish without errors";
+  EXPECT_GT(killed, 0) << "no run was killed before its end; the test proved nothing";
   test::runCommand(geotag("--in-place " + folder));
   EXPECT_EQ(temporariesIn(dir / "photos"), std::vector<std::string>{}) << "leftovers cleared by the next run";
 }

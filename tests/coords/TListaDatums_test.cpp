@@ -426,7 +426,7 @@ TEST_F(DatumFolder, ADamagedGridIsReportedOnLoadAndNeverApplied) {
   layout.systemT = "NAD83";
   test::SubGridLayout g;
   g.sLat = 40 * 3600, g.nLat = 41 * 3600, g.eLong = 3 * 3600, g.wLong = 4 * 3600, g.latInc = g.longInc = 900;
-  for (const float bad : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(), 7200.0f}) {
+  for (const float bad : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(), 1.0e6f}) {
     g.shift = [bad](double lat, double, float& dLat, float& dLon) {
       dLat = lat > 40.5 * 3600 ? bad : 1.0f;  // damage in one corner only
       dLon = 1.0f;
