@@ -139,6 +139,19 @@ std::filesystem::path nativeTrackFileName(const std::filesystem::path& requested
 
 bool formatNativeTrack(const TVolGPS& track, const NativeTrackWriteOptions& options, std::string& out,
                        std::string& message) {
+  // Written as they stand, 1066 would read back as 1966: such years are refused, not changed.
+  const std::string range = " cannot be written (this format holds " + std::to_string(kFirstTwoDigitYear) + " to " +
+                            std::to_string(kLastTwoDigitYear) + ")";
+  for (std::size_t i = 0; i < track.points.size(); ++i) {
+    if (pointDateFits(track.points[i].time)) continue;
+    appendMessage(message, "Point " + std::to_string(i + 1) + ": the year " +
+                               std::to_string(track.points[i].time.year) + range);
+    return false;
+  }
+  if (!pointDateFits(track.headerRecord.start)) {
+    appendMessage(message, "Track start: the year " + std::to_string(track.headerRecord.start.year) + range);
+    return false;
+  }
   std::string datumName;
   if (!datumNameForFile(options.file.datum, datumName, message)) return false;
   if (!isFileCoordinateMode(options.file.mode)) {
@@ -194,15 +207,7 @@ bool formatNativeTrack(const TVolGPS& track, const NativeTrackWriteOptions& opti
     }
     appendTextLine('z', "  ", z, out);
   }
-  for (std::size_t i = 0; i < track.points.size(); ++i) {
-    const TPuntVol& p = track.points[i];
-    // Written as it stands, 1066 would read back as 1966: refused instead of changed.
-    if (!pointDateFits(p.time)) {
-      appendMessage(message, "Point " + std::to_string(i + 1) + ": the year " + std::to_string(p.time.year) +
-                                 " cannot be written (this format holds " + std::to_string(kFirstTwoDigitYear) +
-                                 " to " + std::to_string(kLastTwoDigitYear) + ")");
-      return false;
-    }
+  for (const TPuntVol& p : track.points) {
     if (!appendPointLine(p, options.file, options.preferGpsAltitude, out, message)) return false;
     out += kCrLf;
     if (p.coursePoint) {

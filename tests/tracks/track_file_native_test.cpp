@@ -389,6 +389,13 @@ TEST(NativeTrackFile, AYearTheFormatCannotHoldIsRefusedNamingThePoint) {
     EXPECT_NE(message.find("Point 3: the year " + std::to_string(year)), std::string::npos) << message;
     EXPECT_FALSE(std::filesystem::exists(dir / "old.TRK"));
   }
+  TVolGPS early = fullTrack();
+  early.headerRecord.start.year = 1899;
+  std::filesystem::path written;
+  std::string message;
+  EXPECT_FALSE(writeNativeTrack(early, dir / "old.trk", {}, written, message));
+  EXPECT_NE(message.find("Track start: the year 1899"), std::string::npos) << message;
+
   for (const int year : {1951, 2050}) {
     TVolGPS track = fullTrack();
     for (std::size_t i = 0; i < track.pointCount(); ++i) track.point(i).time.year = year;
