@@ -25,6 +25,9 @@ struct GeotagOptions {
   std::filesystem::path outDir;               // new files here, never overwriting
   bool inPlace = false;                       // rewrite the originals safely instead
   std::filesystem::path markTrackFile;        // save the track with the photos marked on it
+  bool overwriteMarkTrack = false;            // replace an existing markTrackFile
+  bool keepMtime = false;                     // written photos keep the original's modification time
+  bool allowReadOnly = false;                 // rewrite photos whose write permission is off
   bool dryRun = false;                        // build everything, write nothing
   double maxGapSeconds = TrackSettings{}.maxGapSeconds;
   // Camera time. Unset, capture times are taken on the tracks' own scale, as they stand.

@@ -1,5 +1,7 @@
 #include "cli/GeotagCommand.hpp"
 
+#include "cli/json_text.hpp"
+
 #include <unistd.h>
 
 #include <cmath>
@@ -90,7 +92,7 @@ void printJson(const std::vector<GeotagPhotoResult>& results, bool dryRun) {
     if (tagged) row["dropped"] = r.dropped;
     out.push_back(row);
   }
-  std::printf("%s\n", out.dump(2).c_str());
+  std::printf("%s\n", jsonText(out).c_str());
 }
 
 // Says what was done with the camera clock; true when the run was refused.
@@ -140,6 +142,9 @@ void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& r
   CLI::Option* inPlace = cmd->add_flag("--in-place", options->inPlace, "Rewrite the original photos safely");
   out->excludes(inPlace);
   cmd->add_option("--mark-track", options->markTrack, "Save the track with the photos marked on it")->option_text("FILE");
+  cmd->add_flag("--overwrite", options->overwrite, "Replace an existing --mark-track file");
+  cmd->add_flag("--keep-mtime", options->keepMtime, "Written photos keep the original's modification time");
+  cmd->add_flag("--read-only", options->readOnly, "With --in-place, rewrite photos whose write permission is off too");
   cmd->add_flag("--dry-run", options->dryRun, "Show what would be written and write nothing");
   cmd->add_option("--max-gap", options->maxGapSeconds,
                   "Seconds between track points beyond which the time between them is not covered")
@@ -186,6 +191,9 @@ int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global) 
   job.outDir = options.outDir;
   job.inPlace = options.inPlace;
   job.markTrackFile = options.markTrack;
+  job.overwriteMarkTrack = options.overwrite;
+  job.keepMtime = options.keepMtime;
+  job.allowReadOnly = options.readOnly;
   job.dryRun = options.dryRun;
   job.maxGapSeconds = options.maxGapSeconds;
   job.timeZone = options.timeZone;

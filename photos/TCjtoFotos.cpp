@@ -59,7 +59,7 @@ bool TFoto::SetFix(std::string& message) {
   return true;
 }
 
-bool TFoto::Save(const std::filesystem::path& target, std::string& message) {
+bool TFoto::Save(const std::filesystem::path& target, std::string& message, const SafeWriteOptions& write) {
   if (!SetFix(message)) return false;
   const bool inPlace = sameFile(target, fileName);
   std::error_code ec;
@@ -68,7 +68,7 @@ bool TFoto::Save(const std::filesystem::path& target, std::string& message) {
     return false;
   }
   if (exif.fileName().empty()) exif.setFileName(fileName);
-  if (!exif.Write(target, !inPlace, message)) {
+  if (!exif.Write(target, !inPlace, message, write)) {
     if (!inPlace) appendMessage(message, kErrSavingFile);
     return false;
   }

@@ -45,7 +45,7 @@ class TFoto {
 
   // Writes the position into the photo: into `target`, which must not exist yet, or in place when
   // `target` is the photo's own file. The photo then refers to the target.
-  bool Save(const std::filesystem::path& target, std::string& message);
+  bool Save(const std::filesystem::path& target, std::string& message, const SafeWriteOptions& write = {});
   // The position and `fixEntries` into the tag list only (what Save writes).
   bool SetFix(std::string& message);
 

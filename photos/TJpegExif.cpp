@@ -259,7 +259,16 @@ DateTimeRecord parseExifDateTime(std::string_view text) {
 }
 
 bool TJpegExif::Read(const std::filesystem::path& file, std::string& message) {
-  const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+  std::string why;
+  std::FILE* stream = openRegularFile(file, why);  // a FIFO or a device would never end
+  if (stream == nullptr) {
+    std::error_code ec;
+    if (std::filesystem::exists(file, ec)) appendMessage(message, why);  // missing: the system's text alone
+    appendMessage(message, kErrFileNotFound);
+    return false;
+  }
+  const int fd = ::dup(::fileno(stream));
+  std::fclose(stream);
   if (fd < 0) {
     appendMessage(message, kErrFileNotFound);
     return false;
@@ -733,10 +742,11 @@ bool TJpegExif::RenderBytes(std::string_view source, std::string& jpeg, std::str
   return true;
 }
 
-bool TJpegExif::Write(const std::filesystem::path& target, bool mustNotExist, std::string& message) {
+bool TJpegExif::Write(const std::filesystem::path& target, bool mustNotExist, std::string& message,
+                      const SafeWriteOptions& write) {
   std::string jpeg;
   if (!Render(jpeg, message)) return false;
-  SafeWriteOptions options;
+  SafeWriteOptions options = write;
   options.mustNotExist = mustNotExist;
   if (!writeFileSafely(target, jpeg, options, message)) {
     appendMessage(message, kErrCreateFile);

@@ -20,6 +20,7 @@ struct TrackFileSettings {
   FileCoordinates file;
   TrackSettings track;
   bool keepBackup = false;  // keep a replaced file as NAME.bak
+  bool mustNotExist = false;  // never replace a file (one appearing meanwhile included)
   // The date of logs whose records carry only times of day (NMEA logs of GGA sentences alone).
   std::optional<DateTimeRecord> logDate;
 };
