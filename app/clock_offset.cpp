@@ -247,12 +247,13 @@ struct Refined {
   double halfWidthS = 0.0;
 };
 Refined refineAround(const std::vector<ClockSample>& samples, const TrackTimeline& timeline,
-                     const ClockCorrection& base, const OffsetEvidence& zoneLike, const OffsetSearchSettings& settings) {
-  const int steps = static_cast<int>(kQuarterHourS / 2.0 / settings.fineStepS);
+                     const ClockCorrection& base, const OffsetEvidence& zoneLike, double centreS, double halfWidthS,
+                     double stepS, const OffsetSearchSettings& settings) {
+  const int steps = static_cast<int>(halfWidthS / stepS);
   std::vector<OffsetEvidence> around;
   for (int k = -steps; k <= steps; ++k) {
     ClockCorrection c = base;
-    c.offsetS = zoneLike.offsetS + k * settings.fineStepS;
+    c.offsetS = centreS + k * stepS;
     around.push_back(scoreOffset(samples, timeline, c, settings));
   }
   const OffsetEvidence top = *std::max_element(
@@ -270,14 +271,25 @@ Refined refineAround(const std::vector<ClockSample>& samples, const TrackTimelin
     std::size_t j = i;
     while (j + 1 < around.size() && around[j + 1].score() == top.score()) ++j;
     const double centre = (around[i].offsetS + around[j].offsetS) / 2.0;
-    if (std::fabs(centre - zoneLike.offsetS) < nearest) {
-      nearest = std::fabs(centre - zoneLike.offsetS);
+    if (std::fabs(centre - centreS) < nearest) {
+      nearest = std::fabs(centre - centreS);
       r.offsetS = centre;
-      r.halfWidthS = (around[j].offsetS - around[i].offsetS) / 2.0 + settings.fineStepS / 2.0;
+      r.halfWidthS = (around[j].offsetS - around[i].offsetS) / 2.0 + stepS / 2.0;
     }
     i = j + 1;
   }
   return r;
+}
+
+// Coarse steps over the whole half step first, then fine ones around the best of them.
+Refined refine(const std::vector<ClockSample>& samples, const TrackTimeline& timeline, const ClockCorrection& base,
+               const OffsetEvidence& zoneLike, const OffsetSearchSettings& settings) {
+  const double coarseS = 3.0 * settings.fineStepS;
+  const Refined coarse =
+      refineAround(samples, timeline, base, zoneLike, zoneLike.offsetS, kQuarterHourS / 2.0, coarseS, settings);
+  if (coarse.best.stopped == 0) return coarse;
+  return refineAround(samples, timeline, base, zoneLike, coarse.offsetS, coarse.halfWidthS + coarseS,
+                      settings.fineStepS, settings);
 }
 
 // Zone-like candidates whose coverage earns them the finer look.
@@ -310,7 +322,7 @@ OffsetEstimate estimateFromPhotos(const std::vector<ClockSample>& samples, const
   candidates.resize(std::min(candidates.size(), kCandidatesRefined));
   std::vector<Refined> refined;
   for (const OffsetEvidence& c : candidates)
-    refined.push_back(refineAround(samples, timeline, out.correction, c, settings));
+    refined.push_back(refine(samples, timeline, out.correction, c, settings));
   std::stable_sort(refined.begin(), refined.end(),
                    [&](const Refined& a, const Refined& b) { return better(a.best, b.best); });
   for (std::size_t i = 0; i < refined.size() && i < kEvidenceKept; ++i) out.evidence.push_back(refined[i].best);

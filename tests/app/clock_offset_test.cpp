@@ -12,8 +12,9 @@
 namespace pixtrail {
 namespace {
 
-struct TripOnTimeline {
-  explicit TripOnTimeline(const test::TripOptions& options, const char* zoneName = "Europe/Madrid") {
+// The trip and its photos' clocks; the timeline over it comes after, in TripOnTimeline.
+struct TripData {
+  TripData(const test::TripOptions& options, const char* zoneName) {
     test::Trip trip = test::makeTrip(options);
     photos = trip.photos;
     tracks.add(std::move(trip.track));
@@ -25,6 +26,16 @@ struct TripOnTimeline {
       samples.push_back({p.name, zone.toUtc(camera), p.reference, p.truePosition});
     }
   }
+  std::vector<test::TripPhoto> photos;
+  VectorP<TVolGPS> tracks;
+  TimeZone zone;
+  std::vector<ClockSample> samples;
+};
+
+struct TripOnTimeline : TripData {
+  explicit TripOnTimeline(const test::TripOptions& options, const char* zoneName = "Europe/Madrid")
+      : TripData(options, zoneName) {}
+  TrackTimeline timeline{tracks, {TrackTimeScale::Utc}, zone, TrackSettings{}};
   // Every photo, placed with the correction, within `metres` of where it was taken.
   void expectAllWithin(const ClockCorrection& c, double metres) const {
     for (std::size_t i = 0; i < samples.size(); ++i) {
@@ -41,11 +52,6 @@ struct TripOnTimeline {
     for (ClockSample& s : copy) s.hasPosition = false;
     return copy;
   }
-  std::vector<test::TripPhoto> photos;
-  VectorP<TVolGPS> tracks;
-  TimeZone zone;
-  TrackTimeline timeline{tracks, {TrackTimeScale::Utc}, zone, TrackSettings{}};
-  std::vector<ClockSample> samples;
 };
 
 test::TripOptions drifting() {
