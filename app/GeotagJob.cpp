@@ -278,7 +278,7 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
         const DateTimeValue lineTime = clock.applied.apply(s.clock);
         DateTimeValue cameraTime = 0.0;
         photo.time.toValue(cameraTime);
-        result.offsetS = (lineTime - cameraTime) * kSecondsPerDay;
+        result.offsetS = std::round((lineTime - cameraTime) * kSecondsPerDay * 1000.0) / 1000.0;  // date noise off
         TrackTimeline::Hit hit;
         if (!timeline.locate(lineTime, hit)) {
           result.status = GeotagStatus::NotCovered;

@@ -21,6 +21,7 @@ constexpr double kMinSlopeBaseH = 0.25;
 constexpr double kSuspectS = 60.0;
 constexpr double kQuarterHourS = 900.0;
 constexpr std::size_t kEvidenceKept = 5;
+constexpr std::size_t kMinStopsToRefine = 2;
 
 struct MethodName {
   OffsetMethod method;
@@ -259,7 +260,8 @@ Refined refineAround(const std::vector<ClockSample>& samples, const TrackTimelin
   const OffsetEvidence top = *std::max_element(
       around.begin(), around.end(), [](const OffsetEvidence& a, const OffsetEvidence& b) { return a.score() < b.score(); });
   Refined r{zoneLike, zoneLike.offsetS, kQuarterHourS / 2.0};
-  if (top.stopped == 0) return r;
+  // One photo at a stop could be chance; it takes a few to pin the seconds down.
+  if (top.stopped < std::max<std::size_t>(kMinStopsToRefine, top.covered / 4)) return r;
   r.best.covered = top.covered;
   r.best.stopped = top.stopped;
   double nearest = std::numeric_limits<double>::infinity();
@@ -287,7 +289,7 @@ Refined refine(const std::vector<ClockSample>& samples, const TrackTimeline& tim
   const double coarseS = 3.0 * settings.fineStepS;
   const Refined coarse =
       refineAround(samples, timeline, base, zoneLike, zoneLike.offsetS, kQuarterHourS / 2.0, coarseS, settings);
-  if (coarse.best.stopped == 0) return coarse;
+  if (coarse.offsetS == zoneLike.offsetS && coarse.halfWidthS == kQuarterHourS / 2.0) return coarse;
   return refineAround(samples, timeline, base, zoneLike, coarse.offsetS, coarse.halfWidthS + coarseS,
                       settings.fineStepS, settings);
 }
@@ -309,8 +311,14 @@ OffsetEstimate estimateFromPhotos(const std::vector<ClockSample>& samples, const
     c.offsetS = k * kQuarterHourS;
     candidates.push_back(scoreOffset(samples, timeline, c, settings));
   }
-  auto better = [](const OffsetEvidence& a, const OffsetEvidence& b) {
+  // On a tie, whole hours before half hours before quarter hours (as zones are), then the smaller.
+  auto rank = [](double offsetS) {
+    const double hours = std::fabs(offsetS) / kSecondsPerHour;
+    return hours == std::floor(hours) ? 0 : hours * 2 == std::floor(hours * 2) ? 1 : 2;
+  };
+  auto better = [&](const OffsetEvidence& a, const OffsetEvidence& b) {
     if (a.score() != b.score()) return a.score() > b.score();
+    if (rank(a.offsetS) != rank(b.offsetS)) return rank(a.offsetS) < rank(b.offsetS);
     return std::fabs(a.offsetS) < std::fabs(b.offsetS);
   };
   // A clock a minute or two off moves photos off their stops at the exact zone offset, so each
