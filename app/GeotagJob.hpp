@@ -74,7 +74,8 @@ bool parseClockOffset(std::string_view text, double& seconds);
 using GeotagProgress = std::function<void(std::size_t done, std::size_t total)>;
 
 // Runs the job. False (with the message) only when it cannot start: no track could be opened, no
-// photo found, the output folder cannot be made. Per-photo failures are in `results`.
+// photo found, the output folder cannot be made, or the clock offset looks wrong (nothing written;
+// the overloads with a clock report below tell that apart). Per-photo failures are in `results`.
 bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, std::string& message,
                const GeotagProgress& progress = {});
 
