@@ -164,6 +164,28 @@ TEST_F(ClockCommands, APhonesOwnUtcOffsetBeatsTheZone) {
   EXPECT_TRUE(seen);
 }
 
+// A receiver's own DOP and satellites (GPSBabel's dop-test.gpx): the fix before 14:20 had an HDOP
+// of 50.5, the one after 6.9, both 8 satellites, 278 s and 6.6 m apart.
+TEST_F(ClockCommands, ConfidenceCarriesTheReceiversDop) {
+  TJpegExif exif;
+  std::string message;
+  ASSERT_TRUE(exif.Read(test::testData("photos/Canon.jpg"), message)) << message;
+  exif.SetTag(kExifIfd, kKeyDateTimeOriginal, kTypeAscii, 20, std::string_view("2005:07:09 14:20:00\0", 20));
+  ASSERT_TRUE(exif.Write(dir / "dop.jpg", true, message)) << message;
+  const auto r = test::runPixtrail("geotag --force --dry-run --json --out " + shellQuote((dir / "out").string()) +
+                                   " --track " + shellQuote(test::testData("formats/dop-test.gpx").string()) + " " +
+                                   shellQuote((dir / "dop.jpg").string()));
+  ASSERT_EQ(r.status, 0) << r.err;
+  const nlohmann::json row = nlohmann::json::parse(r.out)[0];
+  ASSERT_EQ(row["status"], "tagged") << row.dump();
+  EXPECT_EQ(row["hdop"], 50.5);
+  EXPECT_EQ(row["sats"], 8);
+  EXPECT_EQ(row["gap_s"], 278.0);
+  EXPECT_EQ(row["nearest_s"], 134.0);   // 14:17:46 + 134 s
+  EXPECT_NEAR(row["jump_m"].get<double>(), 6.7, 0.2);  // 0.0000887 degrees of longitude at 48.5 N
+  EXPECT_NEAR(row["error_m"].get<double>(), 252.5, 0.1);  // the HDOP dominates
+}
+
 TEST_F(ClockCommands, UsageErrorsAndNothingToGoOn) {
   build([] {
     test::TripOptions o;
