@@ -29,7 +29,7 @@ struct GeotagOptions {
   double maxGapSeconds = TrackSettings{}.maxGapSeconds;
   // Camera time. Unset, capture times are taken on the tracks' own scale, as they stand.
   std::string timeZone;                       // the camera's local zone: an IANA name or "local"
-  double driftSPerHour = 0.0;                 // the clock gains this much per hour after the first photo
+  double driftSPerHour = 0.0;                 // added to the offset per hour after the earliest photo
   bool autoOffset = false;                    // estimate offset and drift and use them
   bool force = false;                         // write even when the offset looks wrong
   double maxJumpM = 0.0;                      // refuse to interpolate across a longer step; 0: no limit
