@@ -230,6 +230,19 @@ bool parseClockOffset(std::string_view text, double& seconds) {
   return true;
 }
 
+namespace {
+
+// Callers without the clock report still learn why nothing was written.
+bool refusedWithMessage(const GeotagClockReport& clock, std::string& message) {
+  if (!clock.refused) return false;
+  std::string text = "The camera clock offset looks wrong: " + clock.check.message;
+  if (clock.check.better.found()) text += "; likely offset " + formatSignedClock(clock.check.better.correction.offsetS);
+  appendMessage(message, text);
+  return true;
+}
+
+}  // namespace
+
 PhotoClocks photoClocks(const TCjtoFotos& photos, const TimeZone& zone) {
   PhotoClocks out;
   for (const TFotos& group : photos.groups) {
@@ -264,7 +277,8 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
                       std::vector<GeotagPhotoResult>& results, std::string& message,
                       const GeotagProgress& progress) {
   GeotagClockReport clock;
-  return geotagWithTracks(options, tracks, results, clock, message, progress);
+  if (!geotagWithTracks(options, tracks, results, clock, message, progress)) return false;
+  return !refusedWithMessage(clock, message);
 }
 
 bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
@@ -341,7 +355,7 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
         const DateTimeValue lineTime = clock.applied.apply(s.clock);
         DateTimeValue cameraTime = 0.0;
         photo.time.toValue(cameraTime);
-        result.offsetS = (lineTime - cameraTime) * kSecondsPerDay;
+        result.offsetS = std::round((lineTime - cameraTime) * kSecondsPerDay * 1000.0) / 1000.0;  // date noise off
         TrackTimeline::Hit hit;
         if (!timeline.locate(lineTime, hit)) {
           result.status = GeotagStatus::NotCovered;
@@ -416,7 +430,8 @@ std::filesystem::path markedTrackName(const std::filesystem::path& file, std::si
 bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, std::string& message,
                   const GeotagProgress& progress) {
   GeotagClockReport clock;
-  return geotagPhotos(options, results, clock, message, progress);
+  if (!geotagPhotos(options, results, clock, message, progress)) return false;
+  return !refusedWithMessage(clock, message);
 }
 
 bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, GeotagClockReport& clock,

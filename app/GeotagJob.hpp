@@ -32,7 +32,7 @@ struct GeotagOptions {
   double maxGapSeconds = TrackSettings{}.maxGapSeconds;
   // Camera time. Unset, capture times are taken on the tracks' own scale, as they stand.
   std::string timeZone;                       // the camera's local zone: an IANA name or "local"
-  double driftSPerHour = 0.0;                 // the clock gains this much per hour after the first photo
+  double driftSPerHour = 0.0;                 // added to the offset per hour after the earliest photo
   bool autoOffset = false;                    // estimate offset and drift and use them
   bool force = false;                         // write even when the offset looks wrong
   double maxJumpM = 0.0;                      // refuse to interpolate across a longer step; 0: no limit
@@ -79,7 +79,8 @@ bool parseClockOffset(std::string_view text, double& seconds);
 using GeotagProgress = std::function<void(std::size_t done, std::size_t total)>;
 
 // Runs the job. False (with the message) only when it cannot start: no track could be opened, no
-// photo found, the output folder cannot be made. Per-photo failures are in `results`.
+// photo found, the output folder cannot be made, or the clock offset looks wrong (nothing written;
+// the overloads with a clock report below tell that apart). Per-photo failures are in `results`.
 bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, std::string& message,
                const GeotagProgress& progress = {});
 

@@ -155,7 +155,7 @@ void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& r
       ->option_text("ZONE|local");
   CLI::Option* autoOffset =
       cmd->add_flag("--auto-offset", options->autoOffset, "Find the clock offset and drift and use them");
-  cmd->add_option("--drift", options->driftSPerHour, "The camera clock gains this many seconds per hour")
+  cmd->add_option("--drift", options->driftSPerHour, "Added to the offset per hour after the earliest photo (a camera gaining 2 s/h needs -2)")
       ->option_text("SECONDS_PER_HOUR")
       ->excludes(autoOffset);
   cmd->get_option("--offset")->excludes(autoOffset);

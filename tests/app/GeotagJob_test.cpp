@@ -103,6 +103,28 @@ TEST_F(GeotagJobTest, ClockOffsetMovesPhotosAlongTheTrack) {
   EXPECT_NEAR(results[1].lat, 50.01, 0.002 / 3600);
 }
 
+TEST_F(GeotagJobTest, AWrongLookingOffsetWritesNothingUnlessForced) {
+  options.offsetSeconds = 6 * 3600;  // puts every photo past the tracks
+  EXPECT_FALSE(geotagWithTracks(options, tracks, results, message));
+  EXPECT_NE(message.find("The camera clock offset looks wrong: "), std::string::npos) << message;
+  EXPECT_NE(message.find("likely offset +00:00:00"), std::string::npos) << message;
+  EXPECT_TRUE(results.empty());
+  EXPECT_FALSE(std::filesystem::exists(options.outDir));
+
+  GeotagClockReport clock;
+  message.clear();
+  ASSERT_TRUE(geotagWithTracks(options, tracks, results, clock, message)) << message;
+  EXPECT_TRUE(clock.refused);
+  EXPECT_TRUE(message.empty()) << "the report carries it";
+
+  options.force = true;
+  ASSERT_TRUE(geotagWithTracks(options, tracks, results, clock, message)) << message;
+  EXPECT_FALSE(clock.refused);
+  ASSERT_EQ(results.size(), 4u);
+  EXPECT_EQ(results[0].status, GeotagStatus::NotCovered);
+  EXPECT_EQ(results[0].offsetS, 6 * 3600);
+}
+
 TEST_F(GeotagJobTest, OutNeverOverwritesAndDryRunWritesNothing) {
   std::filesystem::create_directories(options.outDir);
   test::writeFileBytes(options.outDir / "a.jpg", "already here");
