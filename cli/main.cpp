@@ -27,6 +27,7 @@
 #include "cli/GeotagCommand.hpp"
 
 // -- receivers --
+#include "cli/GarminCommand.hpp"
 #include "cli/NmeaCommand.hpp"
 
 int main(int argc, char** argv) {
@@ -63,6 +64,7 @@ int main(int argc, char** argv) {
 
   // -- receivers --
   setupNmea(app, global, result);
+  setupGarmin(app, global, result);
 
   app.require_subcommand(1);
   try {
