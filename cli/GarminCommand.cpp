@@ -163,6 +163,11 @@ int upload(const GarminOptions& options, const TrackFileSettings& settings, TPro
   TVolGPS track;
   if (!openTrack(options.file, track, settings, message)) return fail(options.file, message, kExitUsage);
   if (track.headerText('P').empty()) track.headerText('P') = std::filesystem::path(options.file).stem().string();
+  if (options.asCourse) {
+    garmin.sendCourse(track);
+    std::printf("1 course, %zu points sent\n", track.points.size());
+    return kExitOk;
+  }
   garmin.sendTracks({&track});
   std::printf("1 track, %zu points sent\n", track.points.size());
   return kExitOk;
@@ -221,6 +226,7 @@ void setupGarmin(CLI::App& parent, const GlobalOptions& global, CommandResult& r
         sub->add_flag("--overwrite", options->overwrite, "Replace the file if it exists (the old one kept as .bak)");
       } else {
         sub->add_option("file", options->file, "File to send; its extension chooses the reader")->required();
+        sub->add_flag("--as-course", options->asCourse, "Send a track as a course (units that keep courses)");
       }
     } else {
       sub->add_flag("--json", options->json, "JSON output");

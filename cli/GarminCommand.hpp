@@ -19,6 +19,7 @@ struct GarminOptions {
   int timeoutMs = -1;     // negative: "Comm_Timeout_Garmin" of gps.ini
   std::string file;       // -o FILE for download, FILE for upload
   bool overwrite = false;
+  bool asCourse = false;  // upload tracks as courses
   int count = 10;         // pvt fixes
   bool json = false;
 };

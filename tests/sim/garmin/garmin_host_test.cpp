@@ -480,6 +480,43 @@ TEST(GarminHost, CourseRules) {
             "Tracks must have a correct time to be sent as a course");
 }
 
+TEST(GarminHost, TracksGoToRecentUnitsAsCourses) {
+  GarminUnitSim unit(simProfile("usb"));
+  SimUsbEndpoints endpoints(unit);
+  SimUsbLink link(endpoints);
+  TProtocoloGarmin garmin(link, quick());
+  TVolGPS track;
+  track.headerText('P') = "MORNING LOOP";
+  for (int i = 0; i < 4; ++i) {
+    auto p = std::make_unique<TPuntVol>();
+    p->position = TCoord{2.0 + i * 0.001, 41.0, 50.0f};
+    p->setAltitude(50.0f);
+    p->time = TPuntTiempo::fromRecord({1, 6, 2024, 7, 0, 10.0 * i});
+    track.points.add(std::move(p));
+  }
+  std::string message;
+  ASSERT_TRUE(track.Recalculate(TrackSettings{}, message));
+  garmin.sendCourse(track);
+  ASSERT_EQ(unit.courses.size(), 1u);
+  EXPECT_EQ(unit.courses[0].name, "MORNING LOOP");
+  ASSERT_EQ(unit.courseTracks.size(), 1u);
+  EXPECT_EQ(unit.courseTracks[0].header.index, unit.courses[0].trackIndex);
+  ASSERT_EQ(unit.courseTracks[0].points.size(), 4u);
+  EXPECT_EQ(unit.courseTracks[0].points[3].time, garminTimeFromRecord({1, 6, 2024, 7, 0, 30.0}));
+  ASSERT_EQ(unit.courseLaps.size(), 1u);
+  EXPECT_EQ(unit.courseLaps[0].totalTimeCs, 3000u);
+  EXPECT_NEAR(unit.courseLaps[0].totalDistanceM, 3 * 84.0, 3.0) << "0.001 degrees of longitude at 41 N";
+
+  EXPECT_EQ(raisedText([&] { garmin.sendCourse(track); }),
+            "Error: Track cannot be sent, the track name is repeated: MORNING LOOP");
+  track.headerText('P') = "EVENING LOOP";
+  garmin.sendCourse(track);
+  EXPECT_EQ(unit.courseTracks.back().header.index, 1) << "a track index of its own";
+  track.headerText('P') = "THIRD";
+  EXPECT_EQ(raisedText([&] { garmin.sendCourse(track); }), "No more courses fit in the GPS. Please, first delete some courses");
+  EXPECT_EQ(unit.courses.size(), 2u);
+}
+
 // ---- USB ----
 
 TEST(GarminHostUsb, IdentifiesDownloadsAndUploads) {
