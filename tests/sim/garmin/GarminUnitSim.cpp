@@ -143,7 +143,8 @@ SimProfile simProfile(const std::string& name) {
     p.extendedData = {"SQA 1.00", "GPS 2.70"};
     p.protocols = {{'P', 0},   {'L', 1},   {'A', 10},  {'A', 100}, {'D', 110}, {'A', 201}, {'D', 202},
                    {'D', 110}, {'D', 210}, {'A', 302}, {'D', 312}, {'D', 304}, {'A', 500}, {'A', 600},
-                   {'D', 600}, {'A', 700}, {'D', 700}, {'A', 800}, {'D', 800}, {'A', 906}, {'A', 1006}};
+                   {'D', 600}, {'A', 700}, {'D', 700}, {'A', 800}, {'D', 800}, {'A', 906}, {'A', 1006}, {'D', 1006},
+                   {'A', 1007}, {'D', 1007}, {'A', 1008}, {'D', 1012}, {'A', 1009}, {'D', 1013}, {'A', 1012}};
   } else {
     p.name = "serial";
     p.productId = 411;
@@ -171,6 +172,15 @@ std::vector<TPaqueteDatosGarmin> GarminUnitSim::transfer(std::uint16_t command) 
   const Capacidades_garmin& caps = profile_.caps;
   if (command == 561) {
     for (const auto& c : courses) records.emplace_back(kCourse, encodeCourse(c));
+  } else if (command == 562) {
+    for (const auto& lap : courseLaps) records.emplace_back(kCourseLap, encodeCourseLap(lap));
+  } else if (command == 563) {
+    // no course points are kept
+  } else if (command == 564) {
+    for (const auto& t : courseTracks) {
+      records.emplace_back(kCourseTrkHdr, encodeTrackHeader(311, t.header));
+      for (const auto& g : t.points) records.emplace_back(kCourseTrkData, encodeTrackPoint(304, g));
+    }
   } else if (command == 7) {
     for (const auto& w : waypoints) records.emplace_back(kWptData, encodeWaypoint(caps.D1XX, w));
   } else if (command == 4) {
@@ -277,7 +287,7 @@ std::vector<TPaqueteDatosGarmin> GarminUnitSim::handle(const TPaqueteDatosGarmin
     case kCommandData: {
       const std::uint16_t code = u16At(in.data);
       if (code == 7 || code == 4 || code == 6) return transfer(code);
-      if (code == 561 && profile_.caps.hasA1006) return transfer(code);
+      if (code >= 561 && code <= 564 && profile_.caps.hasA1006) return transfer(code);
       if (code == 565 && profile_.caps.hasA1006) out.emplace_back(kCourseLimits, encodeCourseLimits(courseLimits));
       if (code == 5) {
         out.emplace_back(kDateTimeData, encodeDateTime(600, DateTimeRecord{1, 6, 2024, 8, 30, 15.0}));
