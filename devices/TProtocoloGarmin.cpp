@@ -178,7 +178,7 @@ void TProtocoloGarmin::sendCommand(std::uint16_t code) {
 TPaqueteDatosGarmin TProtocoloGarmin::receiveAcked(int timeoutMs) {
   checkCancel();
   TPaqueteDatosGarmin packet = receive(timeoutMs);
-  if (!packet.usbLayer) acknowledge(packet.id);
+  if (!packet.usbLayer && packet.id != kAck) acknowledge(packet.id);  // an ACK is never acknowledged
   return packet;
 }
 
