@@ -32,6 +32,7 @@
 // -- receivers --
 #include "cli/MagellanCommand.hpp"
 #include "cli/DetectCommand.hpp"
+#include "cli/GarminCommand.hpp"
 #include "cli/NmeaCommand.hpp"
 #include "cli/PortsCommand.hpp"
 
@@ -73,6 +74,7 @@ int main(int argc, char** argv) {
   setupMagellan(app, global, result);
   setupPorts(app, global, result);
   setupDetect(app, global, result);
+  setupGarmin(app, global, result);
 
   app.require_subcommand(1);
   try {
