@@ -79,6 +79,7 @@ class Protocolo_magellan {
                   std::string_view noneMessage, std::vector<std::string>& bodies, bool noneIsError);
   std::size_t sendAll(const std::vector<std::vector<std::string>>& sentences);
   void sendAcknowledged(const std::string& sentence);
+  bool awaitAcknowledgement(const std::string& checksum, int timeoutMs);
   void drainInput();
   void beginTransfer();
   void endTransfer() noexcept;
