@@ -70,6 +70,7 @@ bool Protocolo_magellan::readLine(std::string& line, int timeoutMs) {
       pending_.erase(0, lf + 1);
       if (!line.empty() && line.back() == '\r') line.pop_back();
       if (line.empty()) continue;
+      heard_ = true;
       return true;
     }
     const int left = msLeft(deadline);
@@ -128,6 +129,7 @@ void Protocolo_magellan::sendAcknowledged(const std::string& sentence) {
 // line has not sent them yet.
 void Protocolo_magellan::drainInput() {
   pending_.clear();
+  heard_ = false;
   char buffer[256];
   while (port_.read(0, buffer, static_cast<int>(sizeof buffer) - 1, false) > 0) {}
 }
@@ -148,7 +150,8 @@ void Protocolo_magellan::endTransfer() noexcept {
   try {
     const std::string handoff = magellanCommand("HANDOFF");
     port_.write(handoff.data(), handoff.size());
-    if (handshake_) awaitAcknowledgement(checksumOfSentence(handoff), settings_.ackTimeoutMs);
+    // A unit silent all along will not acknowledge it either.
+    if (handshake_ && heard_) awaitAcknowledgement(checksumOfSentence(handoff), settings_.ackTimeoutMs);
   } catch (const TErrorPr&) {
     // The transfer's own error, if any, is the one worth reporting.
   }

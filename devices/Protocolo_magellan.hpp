@@ -89,6 +89,7 @@ class Protocolo_magellan {
   TPuertoCom& port_;
   MagellanLinkSettings settings_;
   bool handshake_ = false;
+  bool heard_ = false;  // the unit sent a line since the transfer began
   std::string pending_;
   std::size_t moved_ = 0;
 };
