@@ -9,8 +9,11 @@
 #include <string_view>
 #include <vector>
 
+#include "app/clock_offset.hpp"
+#include "app/tag_confidence.hpp"
 #include "core/DateTimeRecord.hpp"
 #include "core/VectorP.hpp"
+#include "photos/TCjtoFotos.hpp"
 #include "tracks/TVolGPS.hpp"
 
 namespace pixtrail {
@@ -24,6 +27,14 @@ struct GeotagOptions {
   std::filesystem::path markTrackFile;        // save the track with the photos marked on it
   bool dryRun = false;                        // build everything, write nothing
   double maxGapSeconds = TrackSettings{}.maxGapSeconds;
+  // Camera time. Unset, capture times are taken on the tracks' own scale, as they stand.
+  std::string timeZone;                       // the camera's local zone: an IANA name or "local"
+  double driftSPerHour = 0.0;                 // the clock gains this much per hour after the first photo
+  bool autoOffset = false;                    // estimate offset and drift and use them
+  bool force = false;                         // write even when the offset looks wrong
+  double maxJumpM = 0.0;                      // refuse to interpolate across a longer step; 0: no limit
+  bool writeError = false;                    // also write GPSHPositioningError
+  bool exactQuirks = false;                   // the writer's described quirks, byte for byte
 };
 
 enum class GeotagStatus { Tagged, NoTime, NotCovered, Error };
@@ -38,6 +49,20 @@ struct GeotagPhotoResult {
   double lat = 0.0, lon = 0.0, altM = 0.0;  // WGS 84, as written into the photo
   std::string message;
   std::string planned;  // dry run: the GPS entries the photo would get, one dump line each
+  double offsetS = 0.0;        // clock correction applied to this photo (zone, offset, drift)
+  bool hasConfidence = false;  // placed: `confidence` is filled
+  TagConfidence confidence;
+  std::vector<std::string> dropped;  // what the written photo had to leave out, one name each
+};
+
+// What the run made of the camera's clock.
+struct GeotagClockReport {
+  std::string zone;                 // the zone's database name, empty without one
+  ClockCorrection applied;          // offset and drift used (reference: the earliest photo)
+  OffsetEstimate estimate;          // --auto-offset: what was found
+  OffsetCheck check;                // the offset looked wrong (looksWrong) ...
+  bool refused = false;             // ... and so nothing was written
+  std::size_t ownUtcOffsets = 0;    // photos that carried their own UTC offset, used as such
 };
 
 struct GeotagSummary {
@@ -59,5 +84,26 @@ bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& 
 bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
                       std::vector<GeotagPhotoResult>& results, std::string& message,
                       const GeotagProgress& progress = {});
+
+// Both with the clock report. When the offset looks wrong (and `force` is not set) the report says
+// so, `refused` is set, `results` stay empty and nothing is written; the call still succeeds.
+bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, GeotagClockReport& clock,
+                  std::string& message, const GeotagProgress& progress = {});
+bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
+                      std::vector<GeotagPhotoResult>& results, GeotagClockReport& clock, std::string& message,
+                      const GeotagProgress& progress = {});
+
+// The photos of a run on the tracks' timeline, for the offset estimators: each photo with a
+// capture time, its own UTC offset used when it has one and a zone is set.
+struct PhotoClocks {
+  std::vector<ClockSample> samples;
+  std::vector<const TFoto*> photos;  // the photo of each sample
+  std::size_t ownUtcOffsets = 0;
+};
+PhotoClocks photoClocks(const TCjtoFotos& photos, const TimeZone& zone);
+// The tracks' time scales by their file names' extensions.
+std::vector<TrackTimeScale> trackTimeScales(const VectorP<TVolGPS>& tracks);
+// Loads the photos named (folders give their .jpg files). False with a message when none.
+bool collectPhotos(const std::vector<std::filesystem::path>& inputs, TCjtoFotos& photos, std::string& message);
 
 }  // namespace pixtrail

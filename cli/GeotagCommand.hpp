@@ -19,6 +19,13 @@ struct GeotagCommandOptions {
   bool dryRun = false;
   bool json = false;
   double maxGapSeconds = 1800.0;
+  std::string timeZone;        // IANA name or "local"
+  bool autoOffset = false;
+  double driftSPerHour = 0.0;
+  double maxJumpM = 0.0;       // 0: no limit
+  bool writeError = false;
+  bool force = false;
+  bool exactQuirks = false;
 };
 
 void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& result);
