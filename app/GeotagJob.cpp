@@ -177,8 +177,7 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
   photos.addCoordinates = true;
   photos.markTrack = !options.markTrackFile.empty();
   if (!collectPhotos(options.inputs, photos, message)) return false;
-  TrackSettings settings;
-  settings.maxGapSeconds = options.maxGapSeconds;
+  const TrackSettings& settings = options.trackFiles.track;
 
   std::size_t total = 0, done = 0;
   for (const TFotos& group : photos.groups) total += group.photos.size();
@@ -257,8 +256,15 @@ std::filesystem::path markedTrackName(const std::filesystem::path& file, std::si
 
 bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, std::string& message,
                   const GeotagProgress& progress) {
-  TrackFileSettings settings;
-  settings.track.maxGapSeconds = options.maxGapSeconds;
+  std::vector<std::filesystem::path> ignored;
+  return geotagPhotos(options, results, ignored, message, progress);
+}
+
+bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results,
+                  std::vector<std::filesystem::path>& markedTracks, std::string& message,
+                  const GeotagProgress& progress) {
+  markedTracks.clear();
+  const TrackFileSettings& settings = options.trackFiles;
   VectorP<TVolGPS> tracks;
   for (const auto& file : options.tracks) {
     auto track = std::make_unique<TVolGPS>();
@@ -269,6 +275,7 @@ bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& 
   if (options.markTrackFile.empty() || options.dryRun) return true;
   for (std::size_t t = 0; t < tracks.size(); ++t) {
     if (!saveTrack(tracks[t], markedTrackName(options.markTrackFile, t), settings, message)) return false;
+    markedTracks.emplace_back(tracks[t].fileName);
   }
   return true;
 }

@@ -12,6 +12,7 @@
 #include "core/DateTimeRecord.hpp"
 #include "core/VectorP.hpp"
 #include "tracks/TVolGPS.hpp"
+#include "tracks/track_formats_foreign.hpp"
 
 namespace pixtrail {
 
@@ -23,7 +24,9 @@ struct GeotagOptions {
   bool inPlace = false;                       // rewrite the originals safely instead
   std::filesystem::path markTrackFile;        // save the track with the photos marked on it
   bool dryRun = false;                        // build everything, write nothing
-  double maxGapSeconds = TrackSettings{}.maxGapSeconds;
+  // How the tracks are read and the marked tracks written; front ends fill it from the
+  // configuration and put their own options on top.
+  TrackFileSettings trackFiles;
 };
 
 enum class GeotagStatus { Tagged, NoTime, NotCovered, Error };
@@ -54,6 +57,11 @@ using GeotagProgress = std::function<void(std::size_t done, std::size_t total)>;
 // photo found, the output folder cannot be made. Per-photo failures are in `results`.
 bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, std::string& message,
                const GeotagProgress& progress = {});
+// The same, telling the names the marked tracks were written under (a writer may change the
+// extension it was given).
+bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results,
+                  std::vector<std::filesystem::path>& markedTracks, std::string& message,
+                  const GeotagProgress& progress = {});
 
 // The same over tracks already in memory (they are marked when asked).
 bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,

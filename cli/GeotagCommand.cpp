@@ -7,6 +7,7 @@
 
 #include "app/GeotagJob.hpp"
 #include "app/Startup.hpp"
+#include "cli/TrackCommandSupport.hpp"
 
 namespace pixtrail::cli {
 
@@ -84,6 +85,7 @@ void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& r
                   "Seconds between track points beyond which the time between them is not covered")
       ->option_text("SECONDS")
       ->check(CLI::PositiveNumber);
+  addLogDateOption(*cmd, options->logDate);
   cmd->add_flag("--json", options->json, "One JSON array, one object per photo");
   cmd->add_option("photos", options->inputs, "Photos and folders of photos")->required();
   cmd->callback([options, &global, &result]() {
@@ -98,8 +100,8 @@ void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& r
 
 int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global) {
   std::string message;
-  if (!startCommand(global)) return kExitUsage;
   GeotagOptions job;
+  if (!startTrackCommand(global, job.trackFiles, options.logDate)) return kExitUsage;
   for (const auto& t : options.tracks) job.tracks.emplace_back(t);
   for (const auto& p : options.inputs) job.inputs.emplace_back(p);
   if (!options.offset.empty() && !parseClockOffset(options.offset, job.offsetSeconds)) {
@@ -110,7 +112,7 @@ int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global) 
   job.inPlace = options.inPlace;
   job.markTrackFile = options.markTrack;
   job.dryRun = options.dryRun;
-  job.maxGapSeconds = options.maxGapSeconds;
+  if (options.maxGapSeconds > 0) job.trackFiles.track.maxGapSeconds = options.maxGapSeconds;
 
   const bool bar = !options.json && ::isatty(STDERR_FILENO);
   GeotagProgress progress;
@@ -119,8 +121,9 @@ int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global) 
       if (total >= kProgressFromPhotos) drawProgress(done, total);
     };
   std::vector<GeotagPhotoResult> results;
+  std::vector<std::filesystem::path> markedTracks;
   message.clear();
-  if (!geotagPhotos(job, results, message, progress)) {
+  if (!geotagPhotos(job, results, markedTracks, message, progress)) {
     std::fprintf(stderr, "%s\n", message.c_str());
     return kExitUsage;
   }
@@ -129,6 +132,9 @@ int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global) 
   else printTable(results, options.dryRun);
   for (const GeotagPhotoResult& r : results)
     if (r.status == GeotagStatus::Error) std::fprintf(stderr, "%s: %s\n", r.file.string().c_str(), r.message.c_str());
+  // The name written, which the writer may have changed (the native writer's "TRK", IGC's "IGC").
+  for (const auto& marked : markedTracks)
+    std::fprintf(options.json ? stderr : stdout, "marked track: %s\n", marked.string().c_str());
   const GeotagSummary s = summarise(results);
   if (!options.json)
     std::printf("%s%zu tagged, %zu no time, %zu not covered, %zu failed\n", options.dryRun ? "dry run: " : "",

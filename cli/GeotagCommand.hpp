@@ -18,7 +18,8 @@ struct GeotagCommandOptions {
   std::string markTrack;
   bool dryRun = false;
   bool json = false;
-  double maxGapSeconds = 1800.0;
+  std::string logDate;          // YYYY-MM-DD for logs of times of day alone
+  double maxGapSeconds = -1.0;  // negative: the configured maximum gap
 };
 
 void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& result);

@@ -19,6 +19,12 @@ namespace fs = std::filesystem;
 constexpr std::array<std::string_view, 4> kLogbookPrefixes = {"FBK:", "FBK|", "MDB|", "MDB:"};
 constexpr std::size_t kUnzipBufferBytes = 1 << 16;
 
+// The IGC writer's name: the extension becomes "IGC", unless it is that already in another case.
+fs::path savedIgcFileName(const fs::path& requested) {
+  if (equalsIgnoreCase(requested.extension().string(), ".IGC")) return requested;
+  return fs::path(requested).replace_extension(".IGC");
+}
+
 // An IGZ file is a zip archive holding the IGC log: its first entry is unpacked next to it.
 bool readZippedIgcTrack(const fs::path& file, TVolGPS& track, const TrackFileSettings& settings,
                         std::string& message) {
@@ -53,8 +59,7 @@ bool readZippedIgcTrack(const fs::path& file, TVolGPS& track, const TrackFileSet
 // become NAME.bak (when the track asks for it) and the temporary file take the name.
 bool saveIgcTrack(const TVolGPS& track, const fs::path& requested, const TrackFileSettings& settings,
                   std::string& message) {
-  fs::path target = requested;
-  target.replace_extension(".IGC");
+  const fs::path target = savedIgcFileName(requested);
   fs::path temporary = target;
   temporary += ".tmp";
   std::error_code ec;
@@ -159,7 +164,7 @@ bool isNativeSave(const TVolGPS& track, const std::string& ext) {
 
 fs::path savedTrackFileName(const TVolGPS& track, const fs::path& file) {
   const std::string ext = extensionOf(file);
-  if (equalsIgnoreCase(ext, "IGC")) return fs::path(file).replace_extension(".IGC");
+  if (equalsIgnoreCase(ext, "IGC")) return savedIgcFileName(file);
   if (isNativeSave(track, ext)) return nativeTrackFileName(file);
   return file;
 }

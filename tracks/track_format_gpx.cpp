@@ -197,12 +197,12 @@ void addText(pugi::xml_node parent, const char* name, const std::string& text) {
   parent.append_child(name).text().set(text.c_str());
 }
 
-void writePoint(pugi::xml_node seg, const TPuntVol& p) {
+void writePoint(pugi::xml_node seg, const TPuntVol& p, bool preferGpsAltitude) {
   pugi::xml_node pt = seg.append_child("trkpt");
   const TCoord wgs84 = toFileDatum(p.position, kDatumWgs84);
   pt.append_attribute("lat").set_value(formatNumber("%.9f", wgs84.lat).c_str());
   pt.append_attribute("lon").set_value(formatNumber("%.9f", wgs84.lon).c_str());
-  const float alt = p.altitude(TrackSettings{}.preferGpsAltitude);
+  const float alt = p.altitude(preferGpsAltitude);
   if (hasAltitude(alt)) addText(pt, "ele", formatNumber("%.3f", alt));
   DateTimeValue when = 0.0;
   if (p.time.toValue(when)) addText(pt, "time", formatXmlDateTime(p.time.toRecord()));
@@ -262,17 +262,28 @@ pugi::xml_node appendGpx11Root(pugi::xml_document& doc) {
   return gpx;
 }
 
-std::string gpxTrackText(const TVolGPS& track) {
+std::string gpxTrackText(const TVolGPS& track, const TrackSettings& settings) {
   pugi::xml_document doc;
   pugi::xml_node gpx = appendGpx11Root(doc);
   gpx.append_attribute("xmlns:gpxtpx") = kTrackPointExtension;
+  // Marks (photos placed on the track) are waypoints, which GPX puts before the tracks.
+  for (const TrackMark& m : track.marks) {
+    pugi::xml_node wpt = gpx.append_child("wpt");
+    const TCoord wgs84 = toFileDatum(m.position, kDatumWgs84);
+    wpt.append_attribute("lat").set_value(formatNumber("%.9f", wgs84.lat).c_str());
+    wpt.append_attribute("lon").set_value(formatNumber("%.9f", wgs84.lon).c_str());
+    if (hasAltitude(m.position.alt)) addText(wpt, "ele", formatNumber("%.3f", m.position.alt));
+    DateTimeValue when = 0.0;
+    if (m.time.toValue(when)) addText(wpt, "time", formatXmlDateTime(m.time.toRecord()));
+    addText(wpt, "name", latin1ToUtf8(m.name));
+  }
   pugi::xml_node trk = gpx.append_child("trk");
   if (!track.headerText('P').empty()) addText(trk, "name", latin1ToUtf8(track.headerText('P')));
   pugi::xml_node seg;
   for (std::size_t i = 0; i < track.pointCount(); ++i) {
     const TPuntVol& p = track.point(i);
     if (!seg || p.segmentStart) seg = trk.append_child("trkseg");
-    writePoint(seg, p);
+    writePoint(seg, p, settings.preferGpsAltitude);
   }
   std::ostringstream out;
   doc.save(out, "  ", pugi::format_default, pugi::encoding_utf8);
@@ -283,7 +294,7 @@ bool writeGpxTrack(const TVolGPS& track, const std::filesystem::path& file,
                    const TrackFileSettings& settings, std::string& message) {
   SafeWriteOptions options;
   options.keepBackup = settings.keepBackup;
-  return writeFileSafely(file, gpxTrackText(track), options, message);
+  return writeFileSafely(file, gpxTrackText(track, settings.track), options, message);
 }
 
 }  // namespace pixtrail
