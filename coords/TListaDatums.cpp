@@ -83,7 +83,7 @@ std::string normalisedName(std::string_view name) {
   std::string n(trim(name));
   std::replace(n.begin(), n.end(), '_', ' ');
   for (const Alias& alias : kAliases)
-    if (n == alias.from) return std::string(alias.to);
+    if (equalsIgnoreCase(n, alias.from)) return std::string(alias.to);
   return n;
 }
 
@@ -205,9 +205,19 @@ bool TListaDatums::load(const std::filesystem::path& dataDir, std::string& messa
   const int systemRows = static_cast<int>(rows.size());
   const std::filesystem::path userFile = dataDir / kUserFileName;
   std::error_code ec;
+  userFileDamaged_ = false;
   if (std::filesystem::exists(userFile, ec)) {
-    // A damaged user file fails the load, so that nothing is saved over the user's datums.
-    if (!readWholeFile(userFile, bytes, message) || !decodeRows(bytes, rows, message)) return false;
+    // A damaged user file costs only the user's rows; it is then never saved over (save refuses),
+    // so that the user can mend it or take the datums from it by hand.
+    std::vector<TDatum> userRows;
+    std::string why;
+    if (readWholeFile(userFile, bytes, why) && decodeRows(bytes, userRows, why)) {
+      for (TDatum& d : userRows) rows.push_back(std::move(d));
+    } else {
+      userFileDamaged_ = true;
+      appendMessage(message, "Error reading " + userFile.string() + ": the datums added there are not loaded (" +
+                                 why + ")");
+    }
   }
   dataDir_ = dataDir;
   rows_.clear();
@@ -237,6 +247,10 @@ void TListaDatums::attachGrids(std::string& message) {
 
 bool TListaDatums::save(std::string& message) const {
   const bool all = maintenance_;
+  if (!all && userFileDamaged_) {
+    appendMessage(message, (dataDir_ / kUserFileName).string() + " could not be read; it is not written over");
+    return false;
+  }
   const std::filesystem::path target = dataDir_ / (all ? kSystemFileName : kUserFileName);
   SafeWriteOptions options;
   options.keepBackup = true;
