@@ -12,6 +12,7 @@
 #include <boost/property_tree/ptree.hpp>
 
 #include "app/LanguageFile.hpp"
+#include "coords/coordinate_text.hpp"
 #include "tracks/TBalizas.hpp"
 #include "tracks/TVolGPS.hpp"
 
@@ -139,6 +140,12 @@ class Configuration {
   IntSetting waypointLabelColour{*this, "Balizas", "Color_Etiqueta", WaypointDefaults{}.displayValue2};
   BoolSetting waypointLabelBox{*this, "Balizas", "Etiqueta_Recuadro", WaypointDefaults{}.displayFlag1 != 0};
   IntSetting workingDatum{*this, "Coordenadas", "Datum_Trabajo", 0};
+  // -- Coordinate texts
+  IntSetting angleFormat{*this, "Coordenadas", "Formato_Coordenadas", CoordinateTextSettings{}.angleFormat};
+  // Compatibility: grads from Paris with the longitude's own hemisphere letter (see coordinate_text.hpp).
+  BoolSetting parisLetterFromLongitude{*this, "Coordenadas", "Letra_Paris_Por_Longitud",
+                                       CoordinateTextSettings{}.parisLetterFromLongitude};
+  BoolSetting utmAsGeographic{*this, "Coordenadas", "UTM_Como_Geograficas", CoordinateTextSettings{}.utmAsGeographic};
   // -- Tracks and their files
   BoolSetting preferGpsAltitude{*this, "Tracks", "Altitud_GPS_Preferida", TrackSettings{}.preferGpsAltitude};
   RealSetting maxGapSeconds{*this, "Tracks", "Max_Hueco_Segundos", TrackSettings{}.maxGapSeconds};

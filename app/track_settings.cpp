@@ -21,4 +21,13 @@ TrackFileSettings trackFileSettingsFromConfiguration(std::string& message) {
   return s;
 }
 
+CoordinateTextSettings coordinateTextSettingsFromConfiguration() {
+  const Configuration& c = configuration();
+  CoordinateTextSettings s;
+  if (c.angleFormat >= kDecimalDegrees && c.angleFormat <= kSignedDegrees) s.angleFormat = c.angleFormat;
+  s.parisLetterFromLongitude = c.parisLetterFromLongitude;
+  s.utmAsGeographic = c.utmAsGeographic;
+  return s;
+}
+
 }  // namespace pixtrail

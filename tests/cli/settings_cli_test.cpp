@@ -166,5 +166,18 @@ TEST_F(SettingsCli, OneBadWaypointLineLosesOnlyThatWaypoint) {
   EXPECT_NE(test::readFileBytes(dir / "good.wpt").find("W  Last"), std::string::npos);
 }
 
+TEST_F(SettingsCli, CoordinateTextsTakeTheConfiguredFormat) {
+  const std::string ini = "[Coordenadas]\r\nFormato_Coordenadas=0\r\n";
+  auto r = run(ini, "coord format 40.5 -3.25");
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "40.5000000\xC2\xBA N\t3.2500000\xC2\xBA W\n");
+  r = run(ini, "coord format --format 1 40.5 -3.25");
+  EXPECT_EQ(r.out, "40\xC2\xBA" "30.000' N\t003\xC2\xBA" "15.000' W\n") << "the option goes on top";
+  r = run("[Coordenadas]\r\nFormato_Coordenadas=3\r\nLetra_Paris_Por_Longitud=1\r\n", "coord format 0 1");
+  EXPECT_EQ(r.out, "0.0000000gr N\t1.4858102gr E\n") << "the compatibility letter";
+  r = run("[Coordenadas]\r\nFormato_Coordenadas=3\r\n", "coord parse '50gr N'");
+  EXPECT_EQ(r.out, "45.000000000 lat\n") << r.err;
+}
+
 }  // namespace
 }  // namespace pixtrail
