@@ -39,6 +39,7 @@ constexpr Alias kAliases[] = {
     {"World Geodetic System 1984", "WGS 84"},
 };
 constexpr std::string_view kAutoShift = "Auto Shift";
+constexpr char kCalculaMessage[] = "Error de sqrt en TDatum::Calcula()";
 
 class Reader {
  public:
@@ -123,7 +124,7 @@ TDatum& TDatum::operator=(const TDatum& other) {
 
 void TDatum::Calcula() {
   f = 1.0 / inverseFlattening;
-  if (!(f >= 0)) fatalError("Error de sqrt en TDatum::Calcula()");
+  if (!(f >= 0)) fatalError(kCalculaMessage);
   e = std::sqrt(2 * f - f * f);
   e2 = e * e;
   ep2 = e2 / (1 - e2);
@@ -166,8 +167,13 @@ bool TListaDatums::decodeRows(std::string_view bytes, std::vector<TDatum>& rows,
       appendMessage(message, "Error reading file DATUMSB.DAT ");
       return false;
     }
-    // A row Calcula would refuse is a damaged file, not a programming error.
-    if (!(d.inverseFlattening > 0) || !std::isfinite(d.a) || !(d.a > 0)) {
+    // A row Calcula would refuse is a damaged file, not a programming error: the load fails with
+    // Calcula's own message instead of stopping the program.
+    if (!(d.inverseFlattening > 0)) {
+      appendMessage(message, kCalculaMessage);
+      return false;
+    }
+    if (!std::isfinite(d.a) || !(d.a > 0)) {
       appendMessage(message, "Error reading file DATUMSB.DAT ");
       return false;
     }

@@ -85,6 +85,7 @@ TEST_F(GeotagCommand, MarkTrackLeavesTheTrackAsRecorded) {
                                          shellQuote((dir / name).string()) + " " + photo));
     ASSERT_EQ(r.status, 0) << r.err;
     const std::filesystem::path written = dir / name;
+    EXPECT_NE(r.out.find("marked track: " + written.string() + "\n"), std::string::npos) << r.out;
     const nlohmann::json marked = info(written);
     for (const char* key : {"points", "segments", "start", "end", "length_m"})
       EXPECT_EQ(marked[key], recorded[key]) << name << " " << key;
@@ -96,6 +97,21 @@ TEST_F(GeotagCommand, MarkTrackLeavesTheTrackAsRecorded) {
       EXPECT_NE(text.find("\r\na  foto|canon.jpg|"), std::string::npos) << text;
     }
   }
+}
+
+TEST_F(GeotagCommand, TheMarkedTrackNameIsTheOneWritten) {
+  // A track read from a PLE file stays in the native format whatever the name asked for, and the
+  // native writer gives it the extension TRK.
+  test::writeFileBytes(dir / "photos/canon.jpg", original);
+  std::filesystem::copy_file(dir / "walk.trk", dir / "walk.ple");
+  const auto r = test::runPixtrail("geotag --track " + shellQuote((dir / "walk.ple").string()) + " --out " +
+                                   shellQuote((dir / "out").string()) + " --mark-track " +
+                                   shellQuote((dir / "marked.gpx").string()) + " " +
+                                   shellQuote((dir / "photos/canon.jpg").string()));
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find("marked track: " + (dir / "marked.TRK").string() + "\n"), std::string::npos) << r.out;
+  EXPECT_TRUE(std::filesystem::exists(dir / "marked.TRK"));
+  EXPECT_FALSE(std::filesystem::exists(dir / "marked.gpx"));
 }
 
 TEST_F(GeotagCommand, ExifShowsWhatExiftoolReads) {

@@ -290,7 +290,9 @@ TEST_F(DatumFolder, DamagedFilesGiveTheSystemsMessages) {
       {good.substr(0, good.size() - 3), "Error reading file DATUMSB.DAT "},
       {datumFile(2, kSystemRows, 5), "Error reading file DATUMSB.DAT "},
       {good.substr(0, 6), "Error reading file DATUMSB.DAT "},
-      {datumFile(2, {{"Flat", 0, -1.0, 6378137.0, 0, 0, 0, "", ""}}), "Error reading file DATUMSB.DAT "},
+      {datumFile(2, {{"Flat", 0, -1.0, 6378137.0, 0, 0, 0, "", ""}}), "Error de sqrt en TDatum::Calcula()"},
+      {datumFile(2, {{"Flat", 0, 0.0, 6378137.0, 0, 0, 0, "", ""}}), "Error de sqrt en TDatum::Calcula()"},
+      {datumFile(2, {{"Flat", 0, 298.0, -1.0, 0, 0, 0, "", ""}}), "Error reading file DATUMSB.DAT "},
   };
   for (const auto& r : rows) {
     write("datumsb.dat", r.bytes);
