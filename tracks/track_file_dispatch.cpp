@@ -67,7 +67,8 @@ bool saveIgcTrack(const TVolGPS& track, const fs::path& requested, const TrackFi
     fs::remove(temporary, ec);
     return false;
   }
-  if (track.backupOnIgcSave && fs::exists(target, ec)) {
+  // The track's own flag, or the caller's request to keep what it replaces (convert --overwrite).
+  if ((track.backupOnIgcSave || settings.keepBackup) && fs::exists(target, ec)) {
     fs::path backup = target;
     backup.replace_extension(".bak");
     fs::remove(backup, ec);
