@@ -48,6 +48,19 @@ TEST(TracksCli, ConvertGoesThroughTheDispatchersAndKeepsBytes) {
   EXPECT_NE(r.err.find("Unknown file format saving tracks: csv"), std::string::npos) << r.err;
 }
 
+TEST(TracksCli, OverwritingAnIgcLogKeepsTheOldOne) {
+  test::TempDir dir;
+  const std::string igc = (dir / "walk.igc").string();
+  test::writeFileBytes(igc, "an older log");
+  auto r = run("convert " + shellQuote(walk()) + " " + shellQuote(igc));
+  EXPECT_EQ(r.status, 1) << "not replaced unasked";
+  r = run("convert --overwrite " + shellQuote(walk()) + " " + shellQuote(igc));
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, igc + "\n");
+  EXPECT_EQ(test::readFileBytes(dir / "walk.bak"), "an older log");
+  EXPECT_NE(test::readFileBytes(igc).find("\r\nB09"), std::string::npos);
+}
+
 TEST(TracksCli, PositionAtTimes) {
   const auto r = run("position --json --track " + shellQuote(walk()) +
                              " 2024-05-12T09:00:30 2024-05-12T07:00:00");
