@@ -123,7 +123,11 @@ class GpxTrackHandler : public XmlElementHandler {
     if (name == "name" && inTrack_ && !inSegment_ && trackName.empty())
       trackName = utf8ToLatin1(node.child_value());
     const bool isTrackPoint = name == "trkpt";
-    if (name == "wpt") ++stats.waypoints;
+    if (name == "wpt") {
+      ++stats.waypoints;
+      takeMark(node);
+      return;
+    }
     if (!isTrackPoint && name != "rtept") return;
     std::unique_ptr<TPuntVol> p = decodePoint(node);
     if (!p) {
@@ -140,6 +144,19 @@ class GpxTrackHandler : public XmlElementHandler {
       ++stats.routePoints;
       routePoints_.add(std::move(p));
     }
+  }
+
+  // Waypoints beside the track (photos marked on it, say) are its marks.
+  void takeMark(const pugi::xml_node& node) {
+    const std::unique_ptr<TPuntVol> p = decodePoint(node);
+    if (!p) return;
+    TrackMark mark;
+    for (const pugi::xml_node& child : node.children())
+      if (localName(child.name()) == "name") mark.name = utf8ToLatin1(child.child_value());
+    mark.position = p->position;
+    mark.position.alt = p->altitude(true);
+    mark.time = p->time;
+    track_.marks.push_back(std::move(mark));
   }
 
   // Routes stand in for the track only when the file has no track points.
@@ -181,6 +198,7 @@ bool readGpxTrackStream(std::FILE* file, const std::string& fileName, TVolGPS& t
     return false;
   }
   track.points = std::move(loaded.points);
+  track.marks = std::move(loaded.marks);
   if (!handler.trackName.empty()) track.headerText('P') = handler.trackName;
   return true;
 }
