@@ -19,7 +19,24 @@ namespace {
 using Path = boost::property_tree::ptree::path_type;
 constexpr char kPathSeparator = '\x1f';  // keys may hold '.', which is PropertyTree's default
 
-Path pathOf(const Setting& s) { return Path(s.section() + kPathSeparator + s.key(), kPathSeparator); }
+
+// The value node of a setting, its section and key matched without regard to case as the INI
+// functions of the program's first platform match them; the first match wins, as there.
+boost::property_tree::ptree* valueNode(boost::property_tree::ptree& tree, const Setting& s) {
+  for (auto& [section, keys] : tree) {
+    if (!equalsIgnoreCase(section, s.section())) continue;
+    for (auto& [key, value] : keys)
+      if (equalsIgnoreCase(key, s.key())) return &value;
+  }
+  return nullptr;
+}
+
+// Where a setting the file does not hold yet goes: the section as the file spells it, if any.
+boost::property_tree::ptree& sectionNode(boost::property_tree::ptree& tree, const Setting& s) {
+  for (auto& [section, keys] : tree)
+    if (equalsIgnoreCase(section, s.section())) return keys;
+  return tree.put_child(Path(s.section(), kPathSeparator), {});
+}
 
 // The program's text files end lines with CR LF.
 std::string withCrLf(const std::string& text) {
@@ -122,8 +139,7 @@ bool Configuration::parse(std::string_view content, const std::string& name, std
     return false;
   }
   for (Setting* s : settings_) {
-    const auto value = tree_.get_optional<std::string>(pathOf(*s));
-    if (value) s->fromText(*value);
+    if (const auto* value = valueNode(tree_, *s)) s->fromText(value->data());
   }
   return true;
 }
@@ -133,7 +149,10 @@ bool Configuration::save(std::string& message) {
     appendMessage(message, "No configuration file to write");
     return false;
   }
-  for (const Setting* s : settings_) tree_.put(pathOf(*s), s->toText());
+  for (const Setting* s : settings_) {
+    if (auto* value = valueNode(tree_, *s)) value->put_value(s->toText());
+    else sectionNode(tree_, *s).put(Path(s->key(), kPathSeparator), s->toText());
+  }
   std::ostringstream out;
   boost::property_tree::ini_parser::write_ini(out, tree_);
   std::error_code ec;

@@ -12,6 +12,9 @@
 #include <boost/property_tree/ptree.hpp>
 
 #include "app/LanguageFile.hpp"
+#include "coords/coordinate_text.hpp"
+#include "tracks/TBalizas.hpp"
+#include "tracks/TVolGPS.hpp"
 
 namespace pixtrail {
 
@@ -131,10 +134,21 @@ class Configuration {
   // -- Application
   TextSetting languageFile{*this, "General", "Fichero_Idioma", "language_en.txt"};
   RealSetting routeWaypointRadiusM{*this, "Balizas", "Radio_Default_Balizas_Ruta", 400.0};
+  // The user's defaults for new waypoints: a waypoint that differs gets a "w" line in WPT files.
+  IntSetting waypointDisplayType{*this, "Balizas", "Tipo_Visualizacion", WaypointDefaults{}.displayType};
+  RealSetting waypointLabelOffset{*this, "Balizas", "Desplazamiento_Etiqueta", WaypointDefaults{}.displayValue1};
+  IntSetting waypointLabelColour{*this, "Balizas", "Color_Etiqueta", WaypointDefaults{}.displayValue2};
+  BoolSetting waypointLabelBox{*this, "Balizas", "Etiqueta_Recuadro", WaypointDefaults{}.displayFlag1 != 0};
   IntSetting workingDatum{*this, "Coordenadas", "Datum_Trabajo", 0};
+  // -- Coordinate texts
+  IntSetting angleFormat{*this, "Coordenadas", "Formato_Coordenadas", CoordinateTextSettings{}.angleFormat};
+  // Compatibility: grads from Paris with the longitude's own hemisphere letter (see coordinate_text.hpp).
+  BoolSetting parisLetterFromLongitude{*this, "Coordenadas", "Letra_Paris_Por_Longitud",
+                                       CoordinateTextSettings{}.parisLetterFromLongitude};
+  BoolSetting utmAsGeographic{*this, "Coordenadas", "UTM_Como_Geograficas", CoordinateTextSettings{}.utmAsGeographic};
   // -- Tracks and their files
-  BoolSetting preferGpsAltitude{*this, "Tracks", "Altitud_GPS_Preferida", true};
-  RealSetting maxGapSeconds{*this, "Tracks", "Max_Hueco_Segundos", 1800.0};
+  BoolSetting preferGpsAltitude{*this, "Tracks", "Altitud_GPS_Preferida", TrackSettings{}.preferGpsAltitude};
+  RealSetting maxGapSeconds{*this, "Tracks", "Max_Hueco_Segundos", TrackSettings{}.maxGapSeconds};
   IntSetting fileCoordinateMode{*this, "Coordenadas", "Modo_Coordenadas_Ficheros", 0};
   TextSetting fileDatum{*this, "Coordenadas", "Datum_Ficheros", "WGS 84"};
   // -- Desktop program

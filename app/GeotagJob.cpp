@@ -294,8 +294,7 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
   photos.markTrack = !options.markTrackFile.empty();
   photos.gpsQuirks = options.exactQuirks ? GpsQuirks::Exact : GpsQuirks::Safe;
   if (!collectPhotos(options.inputs, photos, message)) return false;
-  TrackSettings settings;
-  settings.maxGapSeconds = options.maxGapSeconds;
+  const TrackSettings& settings = options.trackFiles.track;
 
   // The camera's clock: its zone, then the offset and drift given, found, or checked.
   const PhotoClocks clocks = photoClocks(photos, zone);
@@ -430,14 +429,30 @@ std::filesystem::path markedTrackName(const std::filesystem::path& file, std::si
 bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, std::string& message,
                   const GeotagProgress& progress) {
   GeotagClockReport clock;
-  if (!geotagPhotos(options, results, clock, message, progress)) return false;
+  std::vector<std::filesystem::path> ignored;
+  if (!geotagPhotos(options, results, clock, ignored, message, progress)) return false;
   return !refusedWithMessage(clock, message);
 }
 
 bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, GeotagClockReport& clock,
                   std::string& message, const GeotagProgress& progress) {
-  TrackFileSettings settings;
-  settings.track.maxGapSeconds = options.maxGapSeconds;
+  std::vector<std::filesystem::path> ignored;
+  return geotagPhotos(options, results, clock, ignored, message, progress);
+}
+
+bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results,
+                  std::vector<std::filesystem::path>& markedTracks, std::string& message,
+                  const GeotagProgress& progress) {
+  GeotagClockReport clock;
+  if (!geotagPhotos(options, results, clock, markedTracks, message, progress)) return false;
+  return !refusedWithMessage(clock, message);
+}
+
+bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, GeotagClockReport& clock,
+                  std::vector<std::filesystem::path>& markedTracks, std::string& message,
+                  const GeotagProgress& progress) {
+  markedTracks.clear();
+  TrackFileSettings settings = options.trackFiles;
   settings.mustNotExist = !options.overwriteMarkTrack;
   VectorP<TVolGPS> tracks;
   for (const auto& file : options.tracks) {
@@ -465,6 +480,7 @@ bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& 
   if (options.markTrackFile.empty() || options.dryRun || clock.refused) return true;
   for (std::size_t t = 0; t < tracks.size(); ++t) {
     if (!saveTrack(tracks[t], markedTrackName(options.markTrackFile, t), settings, message)) return false;
+    markedTracks.emplace_back(tracks[t].fileName);
   }
   return true;
 }

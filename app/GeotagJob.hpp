@@ -15,6 +15,7 @@
 #include "core/VectorP.hpp"
 #include "photos/TCjtoFotos.hpp"
 #include "tracks/TVolGPS.hpp"
+#include "tracks/track_formats_foreign.hpp"
 
 namespace pixtrail {
 
@@ -29,7 +30,6 @@ struct GeotagOptions {
   bool keepMtime = false;                     // written photos keep the original's modification time
   bool allowReadOnly = false;                 // rewrite photos whose write permission is off
   bool dryRun = false;                        // build everything, write nothing
-  double maxGapSeconds = TrackSettings{}.maxGapSeconds;
   // Camera time. Unset, capture times are taken on the tracks' own scale, as they stand.
   std::string timeZone;                       // the camera's local zone: an IANA name or "local"
   double driftSPerHour = 0.0;                 // added to the offset per hour after the earliest photo
@@ -38,6 +38,9 @@ struct GeotagOptions {
   double maxJumpM = 0.0;                      // refuse to interpolate across a longer step; 0: no limit
   bool writeError = false;                    // also write GPSHPositioningError
   bool exactQuirks = false;                   // the writer's described quirks, byte for byte
+  // How the tracks are read and the marked tracks written; front ends fill it from the
+  // configuration and put their own options on top.
+  TrackFileSettings trackFiles;
 };
 
 enum class GeotagStatus { Tagged, NoTime, NotCovered, Error };
@@ -83,6 +86,11 @@ using GeotagProgress = std::function<void(std::size_t done, std::size_t total)>;
 // the overloads with a clock report below tell that apart). Per-photo failures are in `results`.
 bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, std::string& message,
                const GeotagProgress& progress = {});
+// The same, telling the names the marked tracks were written under (a writer may change the
+// extension it was given).
+bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results,
+                  std::vector<std::filesystem::path>& markedTracks, std::string& message,
+                  const GeotagProgress& progress = {});
 
 // The same over tracks already in memory (they are marked when asked).
 bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
@@ -93,6 +101,9 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
 // so, `refused` is set, `results` stay empty and nothing is written; the call still succeeds.
 bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, GeotagClockReport& clock,
                   std::string& message, const GeotagProgress& progress = {});
+bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, GeotagClockReport& clock,
+                  std::vector<std::filesystem::path>& markedTracks, std::string& message,
+                  const GeotagProgress& progress = {});
 bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
                       std::vector<GeotagPhotoResult>& results, GeotagClockReport& clock, std::string& message,
                       const GeotagProgress& progress = {});

@@ -30,12 +30,13 @@ void setupConvert(CLI::App& parent, const GlobalOptions& global, CommandResult& 
   cmd->add_flag("--overwrite", options->overwrite, "Replace OUT if it exists (the old file is kept as .bak)");
   cmd->add_option("in", options->input, "Input file")->required();
   cmd->add_option("out", options->output, "Output file; its extension chooses the format")->required();
+  addLogDateOption(*cmd, options->logDate);
   cmd->callback([options, &global, &result]() { result.status = runConvert(*options, global); });
 }
 
 int runConvert(const ConvertCommandOptions& options, const GlobalOptions& global) {
   TrackFileSettings settings;
-  if (!startTrackCommand(global, settings)) return kExitUsage;
+  if (!startTrackCommand(global, settings, options.logDate)) return kExitUsage;
   std::string message;
   if (options.coordinateMode >= 0) settings.file.mode = options.coordinateMode;
   if (!options.fileDatum.empty() && !datumFromFileName(options.fileDatum, settings.file.datum, message))
@@ -61,18 +62,19 @@ int runConvert(const ConvertCommandOptions& options, const GlobalOptions& global
   }
   if (!options.overwrite && std::filesystem::exists(options.output, ec))
     return fail(options.output, "File already exists (use --overwrite)", kExitSomeFailed);
-  const WaypointDefaults defaults;
+  const WaypointDefaults& defaults = settings.waypoints;
   bool ok = false;
   if (in == DataFileKind::Waypoints) {
     TBalizas w;
-    ok = readWaypointFile(options.input, w, message) &&
+    ok = readWaypointFile(options.input, w, message, defaults) &&
          writeWaypointFile(w, options.output, settings.file, defaults, settings.keepBackup, message);
   } else {
     TRutas r;
-    ok = readRouteFile(options.input, r, message) &&
+    ok = readRouteFile(options.input, r, message, defaults) &&
          writeRouteFile(r, options.output, settings.file, defaults, settings.keepBackup, message);
   }
   if (!ok) return fail(options.input, message, kExitUsage);
+  if (!message.empty()) std::fprintf(stderr, "%s: %s\n", options.input.c_str(), message.c_str());  // lines dropped
   std::printf("%s\n", options.output.c_str());
   return kExitOk;
 }

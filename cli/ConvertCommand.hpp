@@ -15,6 +15,7 @@ struct ConvertCommandOptions {
   int coordinateMode = -1;  // negative: the configured mode for files
   std::string fileDatum;    // empty: the configured datum for files
   bool overwrite = false;   // replace an existing output file (the old one kept as .bak)
+  std::string logDate;  // YYYY-MM-DD for logs of times of day alone
 };
 
 void setupConvert(CLI::App& parent, const GlobalOptions& global, CommandResult& result);

@@ -16,6 +16,6 @@ struct CoordFormatOptions {
 };
 
 void setupCoordFormat(CLI::App& parent, const GlobalOptions& global, CommandResult& result);
-int runCoordFormat(const CoordFormatOptions& options);
+int runCoordFormat(const CoordFormatOptions& options, const GlobalOptions& global);
 
 }  // namespace pixtrail::cli

@@ -44,8 +44,8 @@ void printJson(const TListaDatums& table) {
 
 // The columns of the program's datum list, with its number formats.
 void printTable(const TListaDatums& table) {
-  std::printf("%4s  %-32s %-13s %-14s %8s %8s %8s %6s  %-16s %s\n", "#", "Name", "Radius(a)", "1/f",
-              "Delta X", "Delta Y", "Delta Z", "Device", "Grid", "Alternative Names");
+  std::printf("%4s  %-32s %-13s %-14s %8s %8s %8s %6s  %-16s %-40s %s\n", "#", "Name", "Radius(a)", "1/f",
+              "Delta X", "Delta Y", "Delta Z", "Device", "Grid", "Alternative Names", "ECW name");
   for (int i = 0; i < table.size(); ++i) {
     const TDatum& d = table.datum(i);
     char a[32], invf[32], dx[32], dy[32], dz[32];
@@ -54,9 +54,9 @@ void printTable(const TListaDatums& table) {
     std::snprintf(dx, sizeof dx, "%lg", d.dX);
     std::snprintf(dy, sizeof dy, "%lg", d.dY);
     std::snprintf(dz, sizeof dz, "%lg", d.dZ);
-    std::printf("%4d  %-32s %-13s %-14s %8s %8s %8s %6d  %-16s %s\n", i, latin1ToUtf8(d.name).c_str(), a, invf,
-                dx, dy, dz, d.deviceDatumNumber, gridColumn(d).c_str(),
-                latin1ToUtf8(d.alternativeNames).c_str());
+    std::printf("%4d  %-32s %-13s %-14s %8s %8s %8s %6d  %-16s %-40s %s\n", i, latin1ToUtf8(d.name).c_str(), a,
+                invf, dx, dy, dz, d.deviceDatumNumber, gridColumn(d).c_str(),
+                latin1ToUtf8(d.alternativeNames).c_str(), d.ecwName.empty() ? "-" : latin1ToUtf8(d.ecwName).c_str());
   }
 }
 

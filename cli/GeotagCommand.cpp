@@ -11,6 +11,7 @@
 #include "app/GeotagJob.hpp"
 #include "app/Configuration.hpp"
 #include "app/Startup.hpp"
+#include "cli/TrackCommandSupport.hpp"
 
 namespace pixtrail::cli {
 
@@ -150,6 +151,7 @@ void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& r
                   "Seconds between track points beyond which the time between them is not covered")
       ->option_text("SECONDS")
       ->check(CLI::PositiveNumber);
+  addLogDateOption(*cmd, options->logDate);
   cmd->add_option("--timezone", options->timeZone,
                   "The camera clock runs on local time of this zone (photos with their own UTC offset use it)")
       ->option_text("ZONE|local");
@@ -180,8 +182,8 @@ void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& r
 
 int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global) {
   std::string message;
-  if (!startCommand(global)) return kExitUsage;
   GeotagOptions job;
+  if (!startTrackCommand(global, job.trackFiles, options.logDate)) return kExitUsage;
   for (const auto& t : options.tracks) job.tracks.emplace_back(t);
   for (const auto& p : options.inputs) job.inputs.emplace_back(p);
   if (!options.offset.empty() && !parseClockOffset(options.offset, job.offsetSeconds)) {
@@ -195,7 +197,7 @@ int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global) 
   job.keepMtime = options.keepMtime;
   job.allowReadOnly = options.readOnly;
   job.dryRun = options.dryRun;
-  job.maxGapSeconds = options.maxGapSeconds;
+  if (options.maxGapSeconds > 0) job.trackFiles.track.maxGapSeconds = options.maxGapSeconds;
   job.timeZone = options.timeZone;
   job.autoOffset = options.autoOffset;
   job.driftSPerHour = options.driftSPerHour;
@@ -212,8 +214,9 @@ int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global) 
     };
   std::vector<GeotagPhotoResult> results;
   GeotagClockReport clock;
+  std::vector<std::filesystem::path> markedTracks;
   message.clear();
-  if (!geotagPhotos(job, results, clock, message, progress)) {
+  if (!geotagPhotos(job, results, clock, markedTracks, message, progress)) {
     std::fprintf(stderr, "%s\n", message.c_str());
     return kExitUsage;
   }
@@ -223,6 +226,9 @@ int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global) 
   else printTable(results, options.dryRun);
   for (const GeotagPhotoResult& r : results)
     if (r.status == GeotagStatus::Error) std::fprintf(stderr, "%s: %s\n", r.file.string().c_str(), r.message.c_str());
+  // The name written, which the writer may have changed (the native writer's "TRK", IGC's "IGC").
+  for (const auto& marked : markedTracks)
+    std::fprintf(options.json ? stderr : stdout, "marked track: %s\n", marked.string().c_str());
   const GeotagSummary s = summarise(results);
   if (!options.json)
     std::printf("%s%zu tagged, %zu no time, %zu not covered, %zu failed\n", options.dryRun ? "dry run: " : "",

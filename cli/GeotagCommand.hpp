@@ -21,7 +21,8 @@ struct GeotagCommandOptions {
   bool readOnly = false;  // rewrite read-only photos too
   bool dryRun = false;
   bool json = false;
-  double maxGapSeconds = 1800.0;
+  std::string logDate;          // YYYY-MM-DD for logs of times of day alone
+  double maxGapSeconds = -1.0;  // negative: the configured maximum gap
   std::string timeZone;        // IANA name or "local"
   bool autoOffset = false;
   double driftSPerHour = 0.0;

@@ -79,14 +79,14 @@ bool describe(const std::string& file, const TrackFileSettings& settings, bool j
   switch (dataFileKind(file)) {
     case DataFileKind::Waypoints: {
       TBalizas w;
-      ok = readWaypointFile(file, w, message);
+      ok = readWaypointFile(file, w, message, settings.waypoints);
       out = {{"file", file}, {"format", "WPT"}, {"waypoints", nlohmann::json::array()}};
       for (const TBaliza& b : w.waypoints) out["waypoints"].push_back(waypointJson(b));
       break;
     }
     case DataFileKind::Routes: {
       TRutas r;
-      ok = readRouteFile(file, r, message);
+      ok = readRouteFile(file, r, message, settings.waypoints);
       out = {{"file", file}, {"format", "RTE"}, {"routes", nlohmann::json::array()}};
       for (const TRuta& route : r.routes) {
         nlohmann::json j = {{"name", latin1ToUtf8(route.name)}, {"length_m", route.lengthM()},
@@ -118,12 +118,13 @@ void setupInfo(CLI::App& parent, const GlobalOptions& global, CommandResult& res
   cmd->add_flag("--json", options->json, "JSON: one object, or an array of them for several files");
   cmd->add_option("files", options->files, "Track (by extension), waypoint (.wpt) or route (.rte) files")
       ->required();
+  addLogDateOption(*cmd, options->logDate);
   cmd->callback([options, &global, &result]() { result.status = runInfo(*options, global); });
 }
 
 int runInfo(const InfoCommandOptions& options, const GlobalOptions& global) {
   TrackFileSettings settings;
-  if (!startTrackCommand(global, settings)) return kExitUsage;
+  if (!startTrackCommand(global, settings, options.logDate)) return kExitUsage;
   nlohmann::json all = nlohmann::json::array();
   std::size_t failed = 0;
   for (const std::string& file : options.files) {

@@ -12,6 +12,7 @@ namespace pixtrail::cli {
 struct InfoCommandOptions {
   std::vector<std::string> files;
   bool json = false;
+  std::string logDate;  // YYYY-MM-DD for logs of times of day alone
 };
 
 void setupInfo(CLI::App& parent, const GlobalOptions& global, CommandResult& result);

@@ -20,12 +20,13 @@ void setupKml(CLI::App& parent, const GlobalOptions& global, CommandResult& resu
   cmd->add_option("-o,--out", options->output, "KML file to write")->required();
   cmd->add_flag("--overwrite", options->overwrite, "Replace OUT if it exists (the old file is kept as .bak)");
   cmd->add_option("tracks", options->inputs, "Track files, opened by their extension");
+  addLogDateOption(*cmd, options->logDate);
   cmd->callback([options, &global, &result]() { result.status = runKml(*options, global); });
 }
 
 int runKml(const KmlCommandOptions& options, const GlobalOptions& global) {
   TrackFileSettings settings;
-  if (!startTrackCommand(global, settings)) return kExitUsage;
+  if (!startTrackCommand(global, settings, options.logDate)) return kExitUsage;
   std::error_code ec;
   if (!options.overwrite && std::filesystem::exists(options.output, ec)) {
     std::fprintf(stderr, "%s: File already exists (use --overwrite)\n", options.output.c_str());
@@ -48,7 +49,7 @@ int runKml(const KmlCommandOptions& options, const GlobalOptions& global) {
     auto w = std::make_unique<TBalizas>();
     std::string message;
     const bool gpx = equalsIgnoreCase(std::filesystem::path(file).extension().string(), ".gpx");
-    if (!(gpx ? readGpxWaypoints(file, *w, message) : readWaypointFile(file, *w, message))) {
+    if (!(gpx ? readGpxWaypoints(file, *w, message) : readWaypointFile(file, *w, message, settings.waypoints))) {
       std::fprintf(stderr, "%s: %s\n", file.c_str(), message.c_str());
       status = kExitSomeFailed;
       continue;
@@ -63,6 +64,7 @@ int runKml(const KmlCommandOptions& options, const GlobalOptions& global) {
   for (const auto& t : tracks) content.tracks.push_back(t.get());
   for (const auto& w : pins) content.waypointFiles.push_back(w.get());
   content.documentName = std::filesystem::path(options.output).stem().string();
+  content.settings = settings.track;
   std::string message;
   if (!writeKml(content, options.output, options.overwrite, message)) {
     std::fprintf(stderr, "%s: %s\n", options.output.c_str(), message.c_str());

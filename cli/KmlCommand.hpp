@@ -14,6 +14,7 @@ struct KmlCommandOptions {
   std::vector<std::string> waypointFiles;
   std::string output;
   bool overwrite = false;
+  std::string logDate;  // YYYY-MM-DD for logs of times of day alone
 };
 
 void setupKml(CLI::App& parent, const GlobalOptions& global, CommandResult& result);

@@ -34,12 +34,13 @@ void setupPosition(CLI::App& parent, const GlobalOptions& global, CommandResult&
       ->check(CLI::PositiveNumber);
   cmd->add_flag("--json", options->json, "One JSON array, one object per time");
   cmd->add_option("times", options->times, "Times YYYY-MM-DDTHH:MM:SS[.sss]")->required();
+  addLogDateOption(*cmd, options->logDate);
   cmd->callback([options, &global, &result]() { result.status = runPosition(*options, global); });
 }
 
 int runPosition(const PositionCommandOptions& options, const GlobalOptions& global) {
   TrackFileSettings settings;
-  if (!startTrackCommand(global, settings)) return kExitUsage;
+  if (!startTrackCommand(global, settings, options.logDate)) return kExitUsage;
   if (options.maxGapSeconds > 0) settings.track.maxGapSeconds = options.maxGapSeconds;
   TVolGPS track;
   std::string message;

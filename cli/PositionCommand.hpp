@@ -14,6 +14,7 @@ struct PositionCommandOptions {
   std::vector<std::string> times;  // YYYY-MM-DDTHH:MM:SS[.sss], the track's own time scale
   double maxGapSeconds = -1.0;     // negative: the configured maximum gap
   bool json = false;
+  std::string logDate;  // YYYY-MM-DD for logs of times of day alone
 };
 
 void setupPosition(CLI::App& parent, const GlobalOptions& global, CommandResult& result);

@@ -8,9 +8,12 @@
 
 namespace pixtrail::cli {
 
-// Runs the start-up sequence and reads the track settings of the configuration; false with the
-// messages printed on stderr.
-bool startTrackCommand(const GlobalOptions& global, TrackFileSettings& settings);
+// Runs the start-up sequence and reads the track settings of the configuration; a command's own
+// options go on top afterwards. `logDate` (YYYY-MM-DD, may be empty) dates logs that carry only
+// times of day. False with the messages printed on stderr.
+bool startTrackCommand(const GlobalOptions& global, TrackFileSettings& settings, const std::string& logDate = "");
+// The --date option of every command that opens tracks.
+void addLogDateOption(CLI::App& command, std::string& logDate);
 
 // Kind of file by extension: waypoint files (WPT), route files (RTE), or tracks.
 enum class DataFileKind { Track, Waypoints, Routes };

@@ -39,6 +39,7 @@ constexpr Alias kAliases[] = {
     {"World Geodetic System 1984", "WGS 84"},
 };
 constexpr std::string_view kAutoShift = "Auto Shift";
+constexpr char kCalculaMessage[] = "Error de sqrt en TDatum::Calcula()";
 
 class Reader {
  public:
@@ -83,7 +84,7 @@ std::string normalisedName(std::string_view name) {
   std::string n(trim(name));
   std::replace(n.begin(), n.end(), '_', ' ');
   for (const Alias& alias : kAliases)
-    if (n == alias.from) return std::string(alias.to);
+    if (equalsIgnoreCase(n, alias.from)) return std::string(alias.to);
   return n;
 }
 
@@ -123,7 +124,7 @@ TDatum& TDatum::operator=(const TDatum& other) {
 
 void TDatum::Calcula() {
   f = 1.0 / inverseFlattening;
-  if (!(f >= 0)) fatalError("Error de sqrt en TDatum::Calcula()");
+  if (!(f >= 0)) fatalError(kCalculaMessage);
   e = std::sqrt(2 * f - f * f);
   e2 = e * e;
   ep2 = e2 / (1 - e2);
@@ -166,8 +167,13 @@ bool TListaDatums::decodeRows(std::string_view bytes, std::vector<TDatum>& rows,
       appendMessage(message, "Error reading file DATUMSB.DAT ");
       return false;
     }
-    // A row Calcula would refuse is a damaged file, not a programming error.
-    if (!(d.inverseFlattening > 0) || !std::isfinite(d.a) || !(d.a > 0)) {
+    // A row Calcula would refuse is a damaged file, not a programming error: the load fails with
+    // Calcula's own message instead of stopping the program.
+    if (!(d.inverseFlattening > 0)) {
+      appendMessage(message, kCalculaMessage);
+      return false;
+    }
+    if (!std::isfinite(d.a) || !(d.a > 0)) {
       appendMessage(message, "Error reading file DATUMSB.DAT ");
       return false;
     }
@@ -205,9 +211,19 @@ bool TListaDatums::load(const std::filesystem::path& dataDir, std::string& messa
   const int systemRows = static_cast<int>(rows.size());
   const std::filesystem::path userFile = dataDir / kUserFileName;
   std::error_code ec;
+  userFileDamaged_ = false;
   if (std::filesystem::exists(userFile, ec)) {
-    // A damaged user file fails the load, so that nothing is saved over the user's datums.
-    if (!readWholeFile(userFile, bytes, message) || !decodeRows(bytes, rows, message)) return false;
+    // A damaged user file costs only the user's rows; it is then never saved over (save refuses),
+    // so that the user can mend it or take the datums from it by hand.
+    std::vector<TDatum> userRows;
+    std::string why;
+    if (readWholeFile(userFile, bytes, why) && decodeRows(bytes, userRows, why)) {
+      for (TDatum& d : userRows) rows.push_back(std::move(d));
+    } else {
+      userFileDamaged_ = true;
+      appendMessage(message, "Error reading " + userFile.string() + ": the datums added there are not loaded (" +
+                                 why + ")");
+    }
   }
   dataDir_ = dataDir;
   rows_.clear();
@@ -242,6 +258,10 @@ void TListaDatums::attachGrids(std::string& message) {
 
 bool TListaDatums::save(std::string& message) const {
   const bool all = maintenance_;
+  if (!all && userFileDamaged_) {
+    appendMessage(message, (dataDir_ / kUserFileName).string() + " could not be read; it is not written over");
+    return false;
+  }
   const std::filesystem::path target = dataDir_ / (all ? kSystemFileName : kUserFileName);
   SafeWriteOptions options;
   options.keepBackup = true;

@@ -115,6 +115,7 @@ class TListaDatums {
   int systemRows_ = 0;
   int workingDatum_ = kDatumWgs84;
   bool maintenance_ = false;
+  bool userFileDamaged_ = false;  // datumsbp.dat did not read: its rows are missing, never save over it
 
   void attachGrids(std::string& message);
   int shiftMany(std::span<TCoord> positions, int fromIndex, int toIndex, double poleLimitDeg,

@@ -1,7 +1,11 @@
 // The UTM rules of the program, kept exactly, quirks included:
 // - the zone comes from trunc(lon/6) - (lon < 0) + 31, so -6 falls in zone 29 and 180 in 61;
 // - bands are exclusive below and inclusive above: the equator is in "M" (southern, with the
-//   10 000 km false northing), 84 is still "X", and exactly -80 leaves the letter as it was;
+//   10 000 km false northing), 84 is still "X";
+// - two edges give no usable grid position: longitude -180 gives zone 0 and latitude exactly -80
+//   leaves the letter as it was (none, for a first point). By default -180 is taken as zone 1
+//   (the meridian it shares with 180) and -80 as band "C", the band it bounds, so that every
+//   projected point can be unprojected; UtmEdges::kExact keeps the described results;
 // - no Norway or Svalbard exceptions;
 // - the inverse refuses |northing| >= 9886785 with the program's message.
 #include "coords/TProyeccionUTM.hpp"
@@ -37,28 +41,33 @@ constexpr ParameterDeclaration kUtmParameters[] = {
     {"zone", "Zone", 0, 60, 0},
     {"hemisphere", "Hemisphere", 0, 1, 0},  // 0 north, 1 south
     {"band", "Band", 0, 'Z', 0},            // a letter's code; 0 = from the latitude
+    {"exact_edges", "Exact zone and band edges", 0, 1, 0},  // 1: UtmEdges::kExact
 };
-enum { kZone, kHemisphere, kBand };
+enum { kZone, kHemisphere, kBand, kExactEdges };
+constexpr double kAntimeridianDeg = 180.0;
 
 }  // namespace
 
 constexpr double kMaxLongitudeForZone = 1.0e6;
 
-int utmZone(double lon) {
+int utmZone(double lon, UtmEdges edges) {
   // Out-of-range input gives a meaningless zone, but never an out-of-range conversion to int.
   if (std::isnan(lon)) return 0;
+  if (lon == -kAntimeridianDeg && edges == UtmEdges::kUsable) return 1;
   lon = std::clamp(lon, -kMaxLongitudeForZone, kMaxLongitudeForZone);
   return static_cast<int>(lon / kDegreesPerZone) - (lon < 0 ? 1 : 0) + kZoneOffset;
 }
 
-char utmBandLetter(double lat, char current) {
+char utmBandLetter(double lat, char current, UtmEdges edges) {
   if (lat > kBands.back().top) return 'Z';
   if (lat < kSouthernmostBandBottom) return 'A';
+  if (lat == kSouthernmostBandBottom && edges == UtmEdges::kUsable) return kBands.front().letter;
   if (!(lat > kSouthernmostBandBottom)) return current;  // exactly -80, or NaN
-  if (lat > kBands[kBands.size() - 2].top) return kBands.back().letter;  // X spans 12 degrees
-  // 8-degree bands from -80: the band whose top is the first at or above lat.
-  const auto index = static_cast<std::size_t>(std::ceil((lat - kSouthernmostBandBottom) / 8.0)) - 1;
-  return kBands[index].letter;
+  // The first band whose top is at or above lat. Compared with the whole-degree tops themselves,
+  // so that an edge never lands in the wrong band through a division's rounding.
+  for (const BandRow& band : kBands)
+    if (lat <= band.top) return band.letter;
+  return kBands.back().letter;
 }
 
 bool utmParameters(int zone, char letter, TMParameters& parameters) {
@@ -72,7 +81,7 @@ bool utmParameters(int zone, char letter, TMParameters& parameters) {
 }
 
 bool geographicToUtm(const TCoord& geo, int sourceDatum, int targetDatum, GridCoord& out,
-                     std::string& message, int forcedZone, char forcedLetter) {
+                     std::string& message, int forcedZone, char forcedLetter, UtmEdges edges) {
   TCoord position = geo;
   if (sourceDatum != targetDatum &&
       !datumTable().Transforma_Grados_Datum(position, sourceDatum, targetDatum, message))
@@ -82,8 +91,9 @@ bool geographicToUtm(const TCoord& geo, int sourceDatum, int targetDatum, GridCo
     appendMessage(message, "Invalid longitude");
     return false;
   }
-  const int zone = forced ? forcedZone : utmZone(position.lon);
-  const char letter = forced && forcedLetter != 0 ? forcedLetter : utmBandLetter(position.lat, out.band);
+  const int zone = forced ? forcedZone : utmZone(position.lon, edges);
+  const char letter =
+      forced && forcedLetter != 0 ? forcedLetter : utmBandLetter(position.lat, out.band, edges);
   TMParameters parameters;
   if (!utmParameters(zone, letter, parameters)) {
     appendMessage(message, "Invalid UTM band letter");
@@ -132,7 +142,8 @@ char TProyeccionUTM::band() const { return static_cast<char>(param(kBand)); }
 bool TProyeccionUTM::south() const { return param(kHemisphere) != 0; }
 
 bool TProyeccionUTM::project(const TCoord& geo, int datum, GridCoord& out, std::string& message) const {
-  return geographicToUtm(geo, datum, datum, out, message, zone(), band());
+  return geographicToUtm(geo, datum, datum, out, message, zone(), band(),
+                         param(kExactEdges) != 0 ? UtmEdges::kExact : UtmEdges::kUsable);
 }
 
 bool TProyeccionUTM::unproject(const GridCoord& grid, int datum, TCoord& out, std::string& message) const {

@@ -14,17 +14,24 @@ inline constexpr double kUtmSouthFalseNorthing = 10000000.0;
 // Northings at or beyond this are refused by the inverse.
 inline constexpr double kUtmNorthingLimit = 9886785.0;
 
+// The two edges where the zone and band rules give no usable grid position: longitude -180 (zone
+// 0) and latitude exactly -80 (the letter is left as it was). kUsable takes them as zone 1 and
+// band "C"; kExact keeps the rules' results, for files that must match them.
+enum class UtmEdges { kUsable, kExact };
+
 // trunc(lon / 6), one less for negative longitudes, plus 31: -6 gives 29 and 180 gives 61.
-int utmZone(double lon);
-// Band letter of a latitude (lower bound exclusive); exactly -80 keeps `current`.
-char utmBandLetter(double lat, char current);
+int utmZone(double lon, UtmEdges edges = UtmEdges::kUsable);
+// Band letter of a latitude (lower bound exclusive); exactly -80 is "C", or keeps `current` with
+// kExact.
+char utmBandLetter(double lat, char current, UtmEdges edges = UtmEdges::kUsable);
 // Transverse Mercator parameters of a zone and letter; false for a letter outside 'A'..'Z'.
 bool utmParameters(int zone, char letter, TMParameters& parameters);
 
 // Shifts from `sourceDatum` to `targetDatum`, then projects there. A forced zone (non-zero) and
 // letter replace the computed ones.
 bool geographicToUtm(const TCoord& geo, int sourceDatum, int targetDatum, GridCoord& out,
-                     std::string& message, int forcedZone = 0, char forcedLetter = 0);
+                     std::string& message, int forcedZone = 0, char forcedLetter = 0,
+                     UtmEdges edges = UtmEdges::kUsable);
 // The UTM position is in `sourceDatum`; the result in `targetDatum`, altitude carried over.
 bool utmToGeographic(const GridCoord& utm, int sourceDatum, int targetDatum, TCoord& out,
                      std::string& message);

@@ -95,9 +95,9 @@ char hemisphereLetter(bool isLatitude, double valueDeg) {
   return valueDeg >= 0 ? 'E' : 'W';
 }
 
-AngleText angleToText(bool isLatitude, double valueDeg, int format) {
+AngleText angleToText(bool isLatitude, double valueDeg, int format, const CoordinateTextSettings& settings) {
   AngleText text;
-  format = effectiveAngleFormat(format);
+  format = effectiveAngleFormat(format, settings.angleFormat);
   const double magnitude = std::fabs(valueDeg);
   if (!(magnitude <= kLargestPrintableDeg)) return text;  // NaN or no angle at all
   switch (format) {
@@ -144,8 +144,8 @@ AngleText angleToText(bool isLatitude, double valueDeg, int format) {
 
 namespace {
 
-std::string angleFullText(bool isLatitude, double valueDeg, int format) {
-  format = effectiveAngleFormat(format);
+std::string angleFullText(bool isLatitude, double valueDeg, int format, const CoordinateTextSettings& settings) {
+  format = effectiveAngleFormat(format, settings.angleFormat);
   const AngleText parts = angleToText(isLatitude, valueDeg, format);
   const char letter = hemisphereLetter(isLatitude, valueDeg);
   switch (format) {
@@ -157,9 +157,11 @@ std::string angleFullText(bool isLatitude, double valueDeg, int format) {
       return parts.degrees + kDegreeMark + parts.minutes + kMinuteMark + parts.seconds +
              kSecondMark + ' ' + letter;
     case kParisGrads: {
-      // The letter follows the printed value, which for a longitude is counted from Paris.
+      // The letter follows the printed value, which for a longitude is counted from Paris, unless
+      // the user asked for the first rule (see CoordinateTextSettings).
       const double fromParis = isLatitude ? valueDeg : valueDeg - kParisMeridianDeg;
-      return parts.degrees + kGradSuffix + hemisphereLetter(isLatitude, fromParis);
+      return parts.degrees + kGradSuffix +
+             hemisphereLetter(isLatitude, settings.parisLetterFromLongitude ? valueDeg : fromParis);
     }
     case kSignedDegrees:
       return parts.degrees + kDegreeMark;  // the sign says the hemisphere
@@ -170,8 +172,12 @@ std::string angleFullText(bool isLatitude, double valueDeg, int format) {
 
 }  // namespace
 
-std::string latitudeText(double lat, int format) { return angleFullText(true, lat, format); }
-std::string longitudeText(double lon, int format) { return angleFullText(false, lon, format); }
+std::string latitudeText(double lat, int format, const CoordinateTextSettings& settings) {
+  return angleFullText(true, lat, format, settings);
+}
+std::string longitudeText(double lon, int format, const CoordinateTextSettings& settings) {
+  return angleFullText(false, lon, format, settings);
+}
 
 bool textToAngle(std::string_view text, double& valueDeg, bool& isLatitude, std::string& message) {
   const std::string upper = toUpperAscii(trim(text));
@@ -213,8 +219,8 @@ bool textToAngle(std::string_view text, double& valueDeg, bool& isLatitude, std:
 }
 
 bool formattedTextToAngle(std::string_view text, int format, double& valueDeg, bool& isLatitude,
-                          std::string& message) {
-  format = effectiveAngleFormat(format);
+                          std::string& message, const CoordinateTextSettings& settings) {
+  format = effectiveAngleFormat(format, settings.angleFormat);
   if (format == kParisGrads) {
     std::string withoutSuffix;
     const std::string upper = toUpperAscii(text);
@@ -251,6 +257,14 @@ std::string utmEastingText(int zone, double easting) {
 
 std::string utmNorthingText(double northing) {
   return printf1("%07d", static_cast<int>(std::lround(northing)));
+}
+
+std::string utmEastingText(int zone, double easting, const TCoord& geographic, const CoordinateTextSettings& settings) {
+  return settings.utmAsGeographic ? latitudeText(geographic.lat, -1, settings) : utmEastingText(zone, easting);
+}
+
+std::string utmNorthingText(double northing, const TCoord& geographic, const CoordinateTextSettings& settings) {
+  return settings.utmAsGeographic ? longitudeText(geographic.lon, -1, settings) : utmNorthingText(northing);
 }
 
 std::string compactPositionText(double lat, double lon) {

@@ -86,8 +86,12 @@ bool TProtocoloNMEA::processLine(std::string_view line, TDatosGPSActual& fix, in
     if (s.checksumCorrect()) {
       log_(line);
     } else {
-      std::string marked(line);
+      // The marker goes at the end of the line it belongs to, before the line end it came with.
+      std::size_t end = line.size();
+      while (end > 0 && (line[end - 1] == '\r' || line[end - 1] == '\n')) --end;
+      std::string marked(line.substr(0, end));
       marked += " ChecksumError!";
+      marked += line.substr(end);
       log_(marked);
     }
   }
@@ -131,8 +135,9 @@ bool TProtocoloNMEA::takeGga(Context& c) {
   long long sats = -1;
   const bool haveSats = s.integer(7, sats) && sats >= 0 && sats <= kMaxSatellites;
   fix.time.assign(s.field(1));
-  // A position from no satellites at all (some loggers send quality 1 with "00") is stale.
-  fix.fixValid = havePosition && !quality.empty() && quality != "0" && !(haveSats && sats == 0);
+  // The quality decides (a receiver that says 1 with "00" satellites still has a fix); a position
+  // that does not read is no fix, and the position held stays. RMC and GLL do the same.
+  fix.fixValid = havePosition && !quality.empty() && quality != "0";
   fix.differential = quality == "2";
   if (havePosition) {
     fix.position.lat = p.lat;
@@ -217,7 +222,7 @@ bool TProtocoloNMEA::takeGgam(Context& c) {
   if (s.number(16, value)) fix.courseRad = value < kGgamUnknownBelow ? -1.0 : value * kDegToRad;
   if (s.fieldCount() > 17 && !s.field(17).empty()) fix.ggamText17.assign(s.field(17));
   if (s.fieldCount() > 18 && !s.field(18).empty()) fix.ggamText18.assign(s.field(18));
-  if (havePosition && s.number(19, value)) fix.position.alt = static_cast<float>(value);
+  if (s.number(19, value)) fix.position.alt = static_cast<float>(value);
   if (s.fieldCount() > 20 && !s.field(20).empty()) fix.ggamText20.assign(s.field(20));
   return true;
 }

@@ -179,16 +179,12 @@ int TCjtoFotos::Synchronise(TFotos& group, TVolGPS& track, const TrackSettings& 
 }
 
 void markPhotoOnTrack(TVolGPS& track, const TFoto& photo, const Placement& placement) {
-  auto point = std::make_unique<TPuntVol>();
-  point->position = placement.where.position;
-  point->time = TPuntTiempo::fromRecord(DateTimeRecord::fromValue(placement.trackTime));
-  point->stateFlags = TPuntVol::kValidData;
-  point->coursePoint = std::make_unique<TCoursePoint>();
-  point->coursePoint->comment = photo.name();
-  // Keep the points in time order: the new one goes before the first later point.
-  std::size_t at = 0;
-  while (at < track.pointCount() && track.pointTime(at) <= placement.trackTime) ++at;
-  track.points.insert(at, std::move(point));
+  // A point object beside the track: the recorded points, times and segments stay as they were.
+  TrackMark mark;
+  mark.name = photo.name();
+  mark.position = placement.where.position;
+  mark.time = TPuntTiempo::fromRecord(DateTimeRecord::fromValue(placement.trackTime));
+  track.marks.push_back(std::move(mark));
 }
 
 }  // namespace pixtrail

@@ -92,7 +92,7 @@ class TCjtoFotos {
                   const std::function<void(std::size_t done, std::size_t total)>& progress = {});
 };
 
-// Adds a point at the photo's place and time, carrying the photo's name as a course point.
+// Adds the photo as a mark beside the track at its place and time; the points stay as they were.
 void markPhotoOnTrack(TVolGPS& track, const TFoto& photo, const Placement& placement);
 
 }  // namespace pixtrail

@@ -130,7 +130,8 @@ bool readWaypointLine(std::string_view line, const FileCoordinates& file, TBaliz
   for (char& c : w.name)
     if (c == '_') c = ' ';
   w.name = std::string(trim(w.name));
-  if (w.name == kVoidName) w.name.clear();  // also "VOID__", padded by other writers
+  // Only the bare field stands for the empty name: a waypoint called "VOID" is written "VOID__".
+  if (fields[1] == kVoidName) w.name.clear();
   std::string ignored;  // unreadable coordinates reject the line without a message of its own
   if (!readPositionFields(fields[2], fields[3], fields[4], file, w.position, ignored)) return false;
   if (fields.size() >= kFullLine) {
@@ -215,7 +216,7 @@ bool parseOziWaypoints(std::string_view text, TBalizas& file, std::string& messa
       TBaliza w;
       std::string ignored;
       if (!readOziExplorerWaypointLine(line, w, ignored)) {
-        ok = false;
+        ok = false;  // this waypoint is dropped, the others are kept
         continue;
       }
       const float alt = w.position.alt;
@@ -226,16 +227,16 @@ bool parseOziWaypoints(std::string_view text, TBalizas& file, std::string& messa
   }
   file.file = {datum, kFileDegrees};
   if (!ok) appendMessage(message, "Error in OziExplorer waypoint format");
-  return ok;
+  return true;
 }
 }  // namespace
 
-bool parseWaypointFile(std::string_view text, TBalizas& file, std::string& message) {
+bool parseWaypointFile(std::string_view text, TBalizas& file, std::string& message,
+                       const WaypointDefaults& defaults) {
   if (text.substr(0, kOziHeader.size()) == kOziHeader) return parseOziWaypoints(text, file, message);
   if (looksLikeMagellanText(text)) return parseMagellanWaypointText(text, file, message);
   FileCoordinates coordinates;
   TBaliza* last = nullptr;
-  bool ok = true;
   while (!text.empty()) {
     const std::size_t end = text.find('\n');
     std::string_view line = text.substr(0, end);
@@ -256,9 +257,17 @@ bool parseWaypointFile(std::string_view text, TBalizas& file, std::string& messa
         break;
       }
       case 'W': {
+        // A waypoint without a "w" line is one the writer found equal to the user's defaults.
         TBaliza w;
-        if (readWaypointLine(line, coordinates, w, message)) last = &file.waypoints.emplace(std::move(w));
-        else ok = false;
+        if (readWaypointLine(line, coordinates, w, message)) {
+          w.displayType = defaults.displayType;
+          w.displayValue1 = defaults.displayValue1;
+          w.displayValue2 = defaults.displayValue2;
+          w.displayFlag1 = defaults.displayFlag1;
+          last = &file.waypoints.emplace(std::move(w));
+        } else {
+          last = nullptr;  // its "w" and "t" lines go with it, not onto the waypoint before
+        }
         break;
       }
       case 'w':
@@ -272,14 +281,15 @@ bool parseWaypointFile(std::string_view text, TBalizas& file, std::string& messa
     }
   }
   file.file = coordinates;
-  return ok;
+  return true;
 }
 
-bool readWaypointFile(const std::filesystem::path& path, TBalizas& file, std::string& message) {
+bool readWaypointFile(const std::filesystem::path& path, TBalizas& file, std::string& message,
+                      const WaypointDefaults& defaults) {
   std::string text;
   if (!readWholeFile(path, text, message)) return false;
   file.fileName = path.string();
-  return parseWaypointFile(text, file, message);
+  return parseWaypointFile(text, file, message, defaults);
 }
 
 bool writeWaypointFile(const TBalizas& file, const std::filesystem::path& path, const FileCoordinates& coordinates,

@@ -81,8 +81,13 @@ std::string waypointNameField(std::string_view name);
 // Whole files. Reading also recognises OziExplorer waypoint files by their first line.
 bool formatWaypointFile(const TBalizas& file, const FileCoordinates& coordinates, const WaypointDefaults& defaults,
                         std::string& out, std::string& message);
-bool parseWaypointFile(std::string_view text, TBalizas& file, std::string& message);
-bool readWaypointFile(const std::filesystem::path& path, TBalizas& file, std::string& message);
+// A bad "W" line drops that waypoint (with its message) and the rest of the file is read; false
+// only when the file cannot be read at all (unknown datum or coordinate mode, unknown version).
+// Waypoints without a "w" line take `defaults`.
+bool parseWaypointFile(std::string_view text, TBalizas& file, std::string& message,
+                       const WaypointDefaults& defaults = {});
+bool readWaypointFile(const std::filesystem::path& path, TBalizas& file, std::string& message,
+                      const WaypointDefaults& defaults = {});
 bool writeWaypointFile(const TBalizas& file, const std::filesystem::path& path, const FileCoordinates& coordinates,
                        const WaypointDefaults& defaults, bool keepBackup, std::string& message);
 

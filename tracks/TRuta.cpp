@@ -40,7 +40,8 @@ bool formatRouteFile(const TRutas& routes, const FileCoordinates& coordinates, c
   return true;
 }
 
-bool parseRouteFile(std::string_view text, TRutas& routes, std::string& message) {
+bool parseRouteFile(std::string_view text, TRutas& routes, std::string& message,
+                    const WaypointDefaults& defaults) {
   if (looksLikeMagellanText(text)) {
     routes.magellanText = true;
     return parseMagellanRouteText(text, routes, message);
@@ -55,7 +56,7 @@ bool parseRouteFile(std::string_view text, TRutas& routes, std::string& message)
     if (piece.empty()) return;
     if (!current) current = &routes.routes.emplace();
     TBalizas part;
-    if (!parseWaypointFile(header + piece, part, message)) ok = false;
+    if (!parseWaypointFile(header + piece, part, message, defaults)) ok = false;
     routes.file = part.file;
     while (!part.waypoints.empty()) current->waypoints.add(part.waypoints.release(0));
     piece.clear();
@@ -89,11 +90,12 @@ bool parseRouteFile(std::string_view text, TRutas& routes, std::string& message)
   return ok;
 }
 
-bool readRouteFile(const std::filesystem::path& path, TRutas& routes, std::string& message) {
+bool readRouteFile(const std::filesystem::path& path, TRutas& routes, std::string& message,
+                   const WaypointDefaults& defaults) {
   std::string text;
   if (!readWholeFile(path, text, message)) return false;
   routes.fileName = path.string();
-  return parseRouteFile(text, routes, message);
+  return parseRouteFile(text, routes, message, defaults);
 }
 
 bool writeRouteFile(const TRutas& routes, const std::filesystem::path& path, const FileCoordinates& coordinates,

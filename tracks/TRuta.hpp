@@ -34,8 +34,10 @@ bool formatRouteFile(const TRutas& routes, const FileCoordinates& coordinates, c
                      std::string& out, std::string& message);
 // "W" lines before any "R" line start a route without a name. Bad "W" lines are reported with the
 // waypoint file's message and skipped.
-bool parseRouteFile(std::string_view text, TRutas& routes, std::string& message);
-bool readRouteFile(const std::filesystem::path& path, TRutas& routes, std::string& message);
+bool parseRouteFile(std::string_view text, TRutas& routes, std::string& message,
+                    const WaypointDefaults& defaults = {});
+bool readRouteFile(const std::filesystem::path& path, TRutas& routes, std::string& message,
+                   const WaypointDefaults& defaults = {});
 bool writeRouteFile(const TRutas& routes, const std::filesystem::path& path, const FileCoordinates& coordinates,
                     const WaypointDefaults& defaults, bool keepBackup, std::string& message);
 

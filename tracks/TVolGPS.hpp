@@ -107,6 +107,13 @@ class TPuntVol {
   void setAltitude(float altM);
 };
 
+// A point object beside the track, such as a photo placed on it. Marks never change the points.
+struct TrackMark {
+  std::string name;
+  TCoord position;  // working datum
+  TPuntTiempo time;
+};
+
 // The summaries Recalculate keeps. Minimum-seeking values start at 10000 as the system does.
 struct TrackSummary {
   static constexpr double kMinimumStart = 10000.0;
@@ -194,6 +201,7 @@ class TVolGPS {
 
   std::string fileName;
   VectorP<TPuntVol> points;
+  std::vector<TrackMark> marks;  // in the order they were added
   std::string comment;  // lines separated by CR LF
   std::uint32_t colour = 0x0000FF;  // red in the low byte
   std::int32_t width = 2;

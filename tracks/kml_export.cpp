@@ -37,7 +37,8 @@ void setText(pugi::xml_node parent, const char* name, const std::string& latin1)
   parent.append_child(name).text().set(latin1ToUtf8(latin1).c_str());
 }
 
-void addTrack(pugi::xml_node folder, const TVolGPS& track) {
+void addTrack(pugi::xml_node folder, const TVolGPS& track, const TrackSettings& settings) {
+  const bool preferGps = settings.preferGpsAltitude;
   pugi::xml_node placemark = folder.append_child("Placemark");
   const std::string name = track.headerText('P').empty()
                                ? std::filesystem::path(track.fileName).stem().string()
@@ -51,7 +52,7 @@ void addTrack(pugi::xml_node folder, const TVolGPS& track) {
     DateTimeValue v = 0;
     allTimed = track.point(i).time.toValue(v);
   }
-  const bool hasAltitudes = track.pointCount() > 0 && hasAltitude(track.point(0).altitude(true));
+  const bool hasAltitudes = track.pointCount() > 0 && hasAltitude(track.point(0).altitude(preferGps));
   pugi::xml_node multi = placemark.append_child(allTimed ? "gx:MultiTrack" : "MultiGeometry");
   for (const auto& [first, end] : track.segments()) {
     if (allTimed) {
@@ -61,7 +62,7 @@ void addTrack(pugi::xml_node folder, const TVolGPS& track) {
         t.append_child("when").text().set(formatXmlDateTime(track.point(i).time.toRecord()).c_str());
       for (std::size_t i = first; i < end; ++i) {
         const TPuntVol& p = track.point(i);
-        t.append_child("gx:coord").text().set(coordinateText(p.position, p.altitude(true), " ").c_str());
+        t.append_child("gx:coord").text().set(coordinateText(p.position, p.altitude(preferGps), " ").c_str());
       }
     } else {
       pugi::xml_node ls = multi.append_child("LineString");
@@ -69,7 +70,7 @@ void addTrack(pugi::xml_node folder, const TVolGPS& track) {
       std::string coordinates;
       for (std::size_t i = first; i < end; ++i) {
         const TPuntVol& p = track.point(i);
-        coordinates += coordinateText(p.position, p.altitude(true), ",") + "\n";
+        coordinates += coordinateText(p.position, p.altitude(preferGps), ",") + "\n";
       }
       ls.append_child("coordinates").text().set(coordinates.c_str());
     }
@@ -100,7 +101,10 @@ std::string kmlText(const KmlContent& content) {
   if (!content.tracks.empty()) {
     pugi::xml_node folder = document.append_child("Folder");
     folder.append_child("name").text().set("Tracks");
-    for (const TVolGPS* t : content.tracks) addTrack(folder, *t);
+    for (const TVolGPS* t : content.tracks) addTrack(folder, *t, content.settings);
+    // Photos marked on the tracks, as pins beside them.
+    for (const TVolGPS* t : content.tracks)
+      for (const TrackMark& m : t->marks) addPin(folder, m.name, m.position);
   }
   if (!content.waypointFiles.empty()) {
     pugi::xml_node folder = document.append_child("Folder");

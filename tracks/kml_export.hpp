@@ -24,6 +24,7 @@ struct KmlContent {
   std::vector<const TBalizas*> waypointFiles;
   std::vector<KmlPhoto> photos;
   std::string documentName = "Pixtrail";
+  TrackSettings settings;  // the altitude rule of the user's settings
 };
 
 std::string kmlText(const KmlContent& content);

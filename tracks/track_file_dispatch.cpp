@@ -21,6 +21,12 @@ namespace fs = std::filesystem;
 constexpr std::array<std::string_view, 4> kLogbookPrefixes = {"FBK:", "FBK|", "MDB|", "MDB:"};
 constexpr std::size_t kUnzipBufferBytes = 1 << 16;
 
+// The IGC writer's name: the extension becomes "IGC", unless it is that already in another case.
+fs::path savedIgcFileName(const fs::path& requested) {
+  if (equalsIgnoreCase(requested.extension().string(), ".IGC")) return requested;
+  return fs::path(requested).replace_extension(".IGC");
+}
+
 // An IGZ file is a zip archive holding the IGC log: its first entry is unpacked into memory, never
 // beside the archive (a read-only folder, a planted link or a zip bomb there would all hurt).
 bool readZippedIgcTrack(const fs::path& file, TVolGPS& track, const TrackFileSettings&, std::string& message) {
@@ -62,10 +68,10 @@ bool readZippedIgcTrack(const fs::path& file, TVolGPS& track, const TrackFileSet
 // asks for it) and the new one takes the name, in one rename.
 bool saveIgcTrack(const TVolGPS& track, const fs::path& requested, const TrackFileSettings& settings,
                   std::string& message) {
-  fs::path target = requested;
-  target.replace_extension(".IGC");
+  const fs::path target = savedIgcFileName(requested);
   SafeWriteOptions options;
-  options.keepBackup = track.backupOnIgcSave;
+  // The track's own flag, or the caller's request to keep what it replaces (convert --overwrite).
+  options.keepBackup = track.backupOnIgcSave || settings.keepBackup;
   options.mustNotExist = settings.mustNotExist;
   std::string reason;
   if (!writeFileSafely(target, igcTrackText(track), options, reason)) {
@@ -159,7 +165,7 @@ bool isNativeSave(const TVolGPS& track, const std::string& ext) {
 
 fs::path savedTrackFileName(const TVolGPS& track, const fs::path& file) {
   const std::string ext = extensionOf(file);
-  if (equalsIgnoreCase(ext, "IGC")) return fs::path(file).replace_extension(".IGC");
+  if (equalsIgnoreCase(ext, "IGC")) return savedIgcFileName(file);
   if (isNativeSave(track, ext)) return nativeTrackFileName(file);
   return file;
 }

@@ -1,6 +1,8 @@
 #include "tracks/track_file_native.hpp"
 
+#include <algorithm>
 #include <array>
+#include <limits>
 #include <cstdio>
 #include <memory>
 
@@ -61,6 +63,56 @@ std::string withoutLineBreaks(std::string text) {
 }
 
 constexpr std::string_view kTwoBlankTexts = "PQNJIbDdZRs";
+
+// A mark beside the track goes on a linked-object line after the point it follows in time, so
+// that readers that know no marks still keep it with that point:
+// "a  foto|NAME|POSITION FIELDS|DD-MMM-YY HH:MM:SS|ALTITUDE".
+constexpr std::string_view kMarkPrefix = "a  foto|";
+
+DateTimeValue markTime(const TrackMark& m) {
+  DateTimeValue v = 0.0;
+  return m.time.toValue(v) ? v : -std::numeric_limits<DateTimeValue>::infinity();
+}
+
+bool appendMarkLine(const TrackMark& m, const FileCoordinates& file, std::string& out, std::string& message) {
+  const std::size_t start = out.size();
+  std::string name = withoutLineBreaks(m.name);
+  std::replace(name.begin(), name.end(), '|', ' ');
+  out += kMarkPrefix;
+  out += name + '|';
+  if (!appendPositionFields(m.position, file, out, message)) {
+    out.resize(start);
+    return false;
+  }
+  out += '|';
+  appendPointDate(m.time, out);
+  out += ' ';
+  appendPointTime(m.time, out);
+  out += '|';
+  if (m.position.alt < kLowestWrittenAltitudeM) out += kUnknownAltitudeText; else appendReal(m.position.alt, out);
+  out += kCrLf;
+  return true;
+}
+
+// The mark line's content after kMarkPrefix; false when it is not one.
+bool parseMarkLine(std::string_view content, const FileCoordinates& file, TrackMark& out) {
+  const auto parts = splitFields(content, '|');
+  if (parts.size() != 4) return false;
+  const Fields position(parts[1]), when(parts[2]);
+  TrackMark m;
+  m.name = parts[0];
+  std::string ignored;
+  if (position.count != 3 ||
+      !readPositionFields(position.items[0], position.items[1], position.items[2], file, m.position, ignored))
+    return false;
+  if (when.count > 0) parsePointDate(when.items[0], m.time);
+  if (when.count > 1) parsePointTime(when.items[1], m.time);
+  float alt = kUnknownAltitude;
+  parseNumberInto(trim(parts[3]), alt);
+  m.position.alt = alt;
+  out = std::move(m);
+  return true;
+}
 }  // namespace
 
 bool parsePointLine(std::string_view line, const FileCoordinates& file, TPuntVol& point) {
@@ -69,20 +121,22 @@ bool parsePointLine(std::string_view line, const FileCoordinates& file, TPuntVol
   if (f.count < 6 || f.items[0] != "T" ||
       !readPositionFields(f.items[1], f.items[2], f.items[3], file, point.position, ignored))
     return false;
-  if (!parsePointDate(f.items[4], point.time) || !parsePointTime(f.items[5], point.time)) return false;
+  // From here on a field that does not read (an unknown month, a real in an integer field) keeps
+  // its default and the point stays: only the position makes a point unusable.
+  parsePointDate(f.items[4], point.time);
+  parsePointTime(f.items[5], point.time);
   point.segmentStart = f.count <= 6 || f.items[6] != "N";
   float altitude = kUnknownAltitude;
-  if (f.count > 7) {
-    if (!parseNumberInto(f.items[7], altitude)) return false;
-  }
+  if (f.count > 7) parseNumberInto(f.items[7], altitude);
   point.setAltitude(altitude);
   // Fields 8 to 19, each read only when the line has it.
-  auto field = [&](std::size_t i, auto& target) { return f.count <= i || parseNumberInto(f.items[i], target); };
-  if (!field(8, point.speedMs) || !field(9, point.courseDeg) || !field(10, point.temperatureC) ||
-      !field(11, point.satellites) || !field(12, point.hdop) || !field(13, point.pressureHpa) ||
-      !field(14, point.fixType) || !field(15, point.verticalSpeedMs) || !field(16, point.powerW) ||
-      !field(17, point.heartRate) || !field(18, point.cadenceRpm) || !field(19, point.distanceFromStartM))
-    return false;
+  auto field = [&](std::size_t i, auto& target) {
+    if (f.count > i) parseNumberInto(f.items[i], target);
+  };
+  field(8, point.speedMs), field(9, point.courseDeg), field(10, point.temperatureC);
+  field(11, point.satellites), field(12, point.hdop), field(13, point.pressureHpa);
+  field(14, point.fixType), field(15, point.verticalSpeedMs), field(16, point.powerW);
+  field(17, point.heartRate), field(18, point.cadenceRpm), field(19, point.distanceFromStartM);
   if (!(point.speedMs >= kLowestSpeedMs)) point.speedMs = kLowestSpeedMs;
   point.stateFlags |= TPuntVol::kValidData;
   return true;
@@ -133,7 +187,10 @@ bool appendPointLine(const TPuntVol& point, const FileCoordinates& file, bool pr
 
 std::filesystem::path nativeTrackFileName(const std::filesystem::path& requested) {
   std::filesystem::path name = requested;
-  if (!equalsIgnoreCase(requested.extension().string(), ".PLE")) name.replace_extension(".TRK");
+  // On a file system that tells cases apart, "b.trk" is not "b.TRK": an extension that differs
+  // only in case is kept as the user typed it.
+  const std::string ext = requested.extension().string();
+  if (!equalsIgnoreCase(ext, ".PLE") && !equalsIgnoreCase(ext, ".TRK")) name.replace_extension(".TRK");
   return name;
 }
 
@@ -207,7 +264,13 @@ bool formatNativeTrack(const TVolGPS& track, const NativeTrackWriteOptions& opti
     }
     appendTextLine('z', "  ", z, out);
   }
-  for (const TPuntVol& p : track.points) {
+  std::vector<const TrackMark*> marks;
+  for (const TrackMark& m : track.marks) marks.push_back(&m);
+  std::stable_sort(marks.begin(), marks.end(),
+                   [](const TrackMark* a, const TrackMark* b) { return markTime(*a) < markTime(*b); });
+  std::size_t nextMark = 0;
+  for (std::size_t i = 0; i < track.pointCount(); ++i) {
+    const TPuntVol& p = track.point(i);
     if (!appendPointLine(p, options.file, options.preferGpsAltitude, out, message)) return false;
     out += kCrLf;
     if (p.coursePoint) {
@@ -225,6 +288,10 @@ bool formatNativeTrack(const TVolGPS& track, const NativeTrackWriteOptions& opti
       out += withoutLineBreaks(p.linked->line);
       out += kCrLf;
     }
+    const DateTimeValue next = i + 1 < track.pointCount() ? track.pointTime(i + 1)
+                                                           : std::numeric_limits<DateTimeValue>::infinity();
+    for (; nextMark < marks.size() && markTime(*marks[nextMark]) < next; ++nextMark)
+      if (!appendMarkLine(*marks[nextMark], options.file, out, message)) return false;
   }
   return true;
 }
@@ -294,6 +361,7 @@ class NativeTrackParser {
       last_ = &track_.appendPoint(std::move(p));
     } else {
       aberrant_ = true;
+      last_ = nullptr;  // its "t" and linked-object lines go with it
     }
   }
   // Positions in an unknown datum would be misplaced: such a file is refused.
@@ -368,6 +436,11 @@ class NativeTrackParser {
   void fLine(std::string_view) { track_.readWithFLine = true; }
   // Linked-object lines are kept whole and written back as they came.
   void linked(std::string_view l) {
+    TrackMark mark;
+    if (l.starts_with(kMarkPrefix) && parseMarkLine(l.substr(kMarkPrefix.size()), file_, mark)) {
+      track_.marks.push_back(std::move(mark));
+      return;
+    }
     if (last_) last_->linked = std::make_unique<TObjetoEnlazado>(TObjetoEnlazado{std::string(l)});
   }
 

@@ -29,7 +29,8 @@ bool parsePointLine(std::string_view line, const FileCoordinates& file, TPuntVol
 bool appendPointLine(const TPuntVol& point, const FileCoordinates& file, bool preferGpsAltitude,
                      std::string& out, std::string& message);
 
-// The name the native writer uses: the extension "PLE" (any case) is kept, any other becomes "TRK".
+// The name the native writer uses: the extensions "PLE" and "TRK" are kept as typed (any case),
+// any other becomes "TRK".
 std::filesystem::path nativeTrackFileName(const std::filesystem::path& requested);
 
 // The whole file as text.

@@ -103,6 +103,22 @@ bool readTime(std::string_view text, DateTimeRecord& r) {
   return true;
 }
 
+// Loggers and phone apps often write Unix time: seconds, or milliseconds, since 1970. The ranges
+// keep smaller numbers (seconds of the day, say) from passing for dates in the 1970s.
+constexpr double kUnixEpochDays = 25569.0;  // 1970-01-01 in the system's day count from 1899-12-30
+constexpr double kLowestEpochSeconds = 1e8;  // March 1973
+constexpr double kLowestEpochMilliseconds = 1e11;
+constexpr double kHighestEpochMilliseconds = 1e14;
+constexpr double kMillisecondsPerSecond = 1000.0;
+
+bool readEpochTime(std::string_view text, DateTimeRecord& r) {
+  const auto v = parseDouble(text);
+  if (!v || !(*v >= kLowestEpochSeconds) || !(*v < kHighestEpochMilliseconds)) return false;
+  const double seconds = *v >= kLowestEpochMilliseconds ? *v / kMillisecondsPerSecond : *v;
+  r = DateTimeRecord::fromValue(kUnixEpochDays + seconds / kSecondsPerDay);
+  return r.isValid();
+}
+
 }  // namespace
 
 std::vector<std::string> splitCsvLine(std::string_view line, char separator) {
@@ -136,7 +152,7 @@ bool readCsvTrackText(std::string_view text, const std::string& fileName, TVolGP
   std::vector<HeaderColumn> columns;
   char separator = ',';
   TVolGPS loaded;
-  std::size_t skipped = 0;
+  std::size_t skipped = 0, untimed = 0;
   bool haveHeader = false;
   forEachLine(text, [&](std::string_view line) {
     if (trim(line).empty()) return true;
@@ -149,7 +165,7 @@ bool readCsvTrackText(std::string_view text, const std::string& fileName, TVolGP
     const std::vector<std::string> fields = splitCsvLine(line, separator);
     std::optional<double> lat, lon;
     DateTimeRecord when;
-    bool hasDate = false, hasTime = false;
+    bool hasDate = false, hasTime = false, timeGiven = false;
     auto p = std::make_unique<TPuntVol>();
     float alt = kUnknownAltitude;
     for (std::size_t i = 0; i < fields.size() && i < columns.size(); ++i) {
@@ -161,9 +177,14 @@ bool readCsvTrackText(std::string_view text, const std::string& fileName, TVolGP
         case Column::Lon: lon = v; break;
         case Column::Alt: if (v) alt = static_cast<float>(*v * columns[i].scale); break;
         case Column::Date: hasDate = readDate(f, when); break;
-        case Column::Time: hasTime = readTime(f, when); break;
+        case Column::Time:
+          timeGiven = true;
+          hasTime = readTime(f, when);
+          if (!hasTime) hasDate = hasTime = readEpochTime(f, when);
+          break;
         case Column::DateTime:
-          hasDate = hasTime = parseXmlDateTime(f, when);
+          timeGiven = true;
+          hasDate = hasTime = parseXmlDateTime(f, when) || readEpochTime(f, when);
           break;
         case Column::Speed: if (v && *v >= 0) p->speedMs = static_cast<float>(*v); break;
         case Column::SpeedKmh: if (v && *v >= 0) p->speedMs = static_cast<float>(*v * kKmhToMs); break;
@@ -181,7 +202,9 @@ bool readCsvTrackText(std::string_view text, const std::string& fileName, TVolGP
       ++skipped;
       return true;
     }
-    auto point = makePoint(*lat, *lon, alt, hasDate && hasTime && when.isValid() ? when : DateTimeRecord{});
+    const bool timed = hasDate && hasTime && when.isValid();
+    if (timeGiven && !timed) ++untimed;
+    auto point = makePoint(*lat, *lon, alt, timed ? when : DateTimeRecord{});
     point->speedMs = p->speedMs;
     point->courseDeg = p->courseDeg;
     point->heartRate = p->heartRate;
@@ -202,6 +225,8 @@ bool readCsvTrackText(std::string_view text, const std::string& fileName, TVolGP
   }
   if (skipped > 0)
     appendMessage(message, fileName + ": " + std::to_string(skipped) + " rows without a readable position skipped");
+  if (untimed > 0)
+    appendMessage(message, fileName + ": " + std::to_string(untimed) + " rows without a readable date and time; their points have no time");
   if (loaded.pointCount() == 0) {
     appendMessage(message, fileName + ": no points in this CSV file");
     return false;

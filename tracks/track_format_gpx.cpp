@@ -123,7 +123,11 @@ class GpxTrackHandler : public XmlElementHandler {
     if (name == "name" && inTrack_ && !inSegment_ && trackName.empty())
       trackName = utf8ToLatin1(node.child_value());
     const bool isTrackPoint = name == "trkpt";
-    if (name == "wpt") ++stats.waypoints;
+    if (name == "wpt") {
+      ++stats.waypoints;
+      takeMark(node);
+      return;
+    }
     if (!isTrackPoint && name != "rtept") return;
     std::unique_ptr<TPuntVol> p = decodePoint(node);
     if (!p) {
@@ -140,6 +144,19 @@ class GpxTrackHandler : public XmlElementHandler {
       ++stats.routePoints;
       routePoints_.add(std::move(p));
     }
+  }
+
+  // Waypoints beside the track (photos marked on it, say) are its marks.
+  void takeMark(const pugi::xml_node& node) {
+    const std::unique_ptr<TPuntVol> p = decodePoint(node);
+    if (!p) return;
+    TrackMark mark;
+    for (const pugi::xml_node& child : node.children())
+      if (localName(child.name()) == "name") mark.name = utf8ToLatin1(child.child_value());
+    mark.position = p->position;
+    mark.position.alt = p->altitude(true);
+    mark.time = p->time;
+    track_.marks.push_back(std::move(mark));
   }
 
   // Routes stand in for the track only when the file has no track points.
@@ -181,6 +198,7 @@ bool readGpxTrackStream(std::FILE* file, const std::string& fileName, TVolGPS& t
     return false;
   }
   track.points = std::move(loaded.points);
+  track.marks = std::move(loaded.marks);
   if (!handler.trackName.empty()) track.headerText('P') = handler.trackName;
   return true;
 }
@@ -197,12 +215,12 @@ void addText(pugi::xml_node parent, const char* name, const std::string& text) {
   parent.append_child(name).text().set(text.c_str());
 }
 
-void writePoint(pugi::xml_node seg, const TPuntVol& p) {
+void writePoint(pugi::xml_node seg, const TPuntVol& p, bool preferGpsAltitude) {
   pugi::xml_node pt = seg.append_child("trkpt");
   const TCoord wgs84 = toFileDatum(p.position, kDatumWgs84);
   pt.append_attribute("lat").set_value(formatNumber("%.9f", wgs84.lat).c_str());
   pt.append_attribute("lon").set_value(formatNumber("%.9f", wgs84.lon).c_str());
-  const float alt = p.altitude(TrackSettings{}.preferGpsAltitude);
+  const float alt = p.altitude(preferGpsAltitude);
   if (hasAltitude(alt)) addText(pt, "ele", formatNumber("%.3f", alt));
   DateTimeValue when = 0.0;
   if (p.time.toValue(when)) addText(pt, "time", formatXmlDateTime(p.time.toRecord()));
@@ -259,17 +277,28 @@ pugi::xml_node appendGpx11Root(pugi::xml_document& doc) {
   return gpx;
 }
 
-std::string gpxTrackText(const TVolGPS& track) {
+std::string gpxTrackText(const TVolGPS& track, const TrackSettings& settings) {
   pugi::xml_document doc;
   pugi::xml_node gpx = appendGpx11Root(doc);
   gpx.append_attribute("xmlns:gpxtpx") = kTrackPointExtension;
+  // Marks (photos placed on the track) are waypoints, which GPX puts before the tracks.
+  for (const TrackMark& m : track.marks) {
+    pugi::xml_node wpt = gpx.append_child("wpt");
+    const TCoord wgs84 = toFileDatum(m.position, kDatumWgs84);
+    wpt.append_attribute("lat").set_value(formatNumber("%.9f", wgs84.lat).c_str());
+    wpt.append_attribute("lon").set_value(formatNumber("%.9f", wgs84.lon).c_str());
+    if (hasAltitude(m.position.alt)) addText(wpt, "ele", formatNumber("%.3f", m.position.alt));
+    DateTimeValue when = 0.0;
+    if (m.time.toValue(when)) addText(wpt, "time", formatXmlDateTime(m.time.toRecord()));
+    addText(wpt, "name", latin1ToUtf8(m.name));
+  }
   pugi::xml_node trk = gpx.append_child("trk");
   if (!track.headerText('P').empty()) addText(trk, "name", latin1ToUtf8(track.headerText('P')));
   pugi::xml_node seg;
   for (std::size_t i = 0; i < track.pointCount(); ++i) {
     const TPuntVol& p = track.point(i);
     if (!seg || p.segmentStart) seg = trk.append_child("trkseg");
-    writePoint(seg, p);
+    writePoint(seg, p, settings.preferGpsAltitude);
   }
   std::ostringstream out;
   doc.save(out, "  ", pugi::format_default, pugi::encoding_utf8);
@@ -281,7 +310,7 @@ bool writeGpxTrack(const TVolGPS& track, const std::filesystem::path& file,
   SafeWriteOptions options;
   options.keepBackup = settings.keepBackup;
   options.mustNotExist = settings.mustNotExist;
-  return writeFileSafely(file, gpxTrackText(track), options, message);
+  return writeFileSafely(file, gpxTrackText(track, settings.track), options, message);
 }
 
 }  // namespace pixtrail

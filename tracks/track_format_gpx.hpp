@@ -21,7 +21,7 @@ bool readGpxTrackStream(std::FILE* file, const std::string& fileName, TVolGPS& t
 // The same from text in memory (fuzzing, tests).
 bool readGpxTrackText(std::string_view text, TVolGPS& track, std::string& message);
 
-std::string gpxTrackText(const TVolGPS& track);
+std::string gpxTrackText(const TVolGPS& track, const TrackSettings& settings = {});
 
 // A new GPX 1.1 document's declaration and <gpx> element, shared by the track and waypoint writers.
 pugi::xml_node appendGpx11Root(pugi::xml_document& doc);

@@ -131,8 +131,10 @@ bool readIgcTrackText(std::string_view text, const std::string& fileName, TVolGP
       if (dayOffset > 0) time = shiftedBySeconds(time, dayOffset * kSecondsPerDay);
     }
     auto p = makePoint(fix->lat, fix->lon, kUnknownAltitude, time);  // IGC is WGS 84 by rule
-    p->barometricAltitudeM = static_cast<float>(fix->pressureAltM);
-    p->gpsAltitudeM = static_cast<float>(fix->gnssAltM);
+    // 00000 is how loggers (and our writer) say "none": a logger without a pressure sensor, a fix
+    // without a GPS altitude, a track that had no altitudes at all.
+    if (fix->pressureAltM != 0) p->barometricAltitudeM = static_cast<float>(fix->pressureAltM);
+    if (fix->gnssAltM != 0) p->gpsAltitudeM = static_cast<float>(fix->gnssAltM);
     p->fixType = fix->valid3d ? 3 : 2;
     loaded.appendPoint(std::move(p));
     return true;

@@ -226,14 +226,14 @@ bool readMagellanLogText(std::string_view text, const std::string&, TVolGPS& tra
   return true;
 }
 
-std::string magellanLogText(const TVolGPS& track) {
+std::string magellanLogText(const TVolGPS& track, const TrackSettings& settings) {
   std::string out;
   char body[160];
   for (std::size_t i = 0; i < track.pointCount(); ++i) {
     const TPuntVol& p = track.point(i);
     const TCoord w = toFileDatum(p.position, kDatumWgs84);
     const double alat = std::fabs(w.lat), alon = std::fabs(w.lon);
-    const float alt = p.altitude(TrackSettings{}.preferGpsAltitude);
+    const float alt = p.altitude(settings.preferGpsAltitude);
     const DateTimeRecord r = p.time.toRecord();
     DateTimeValue v = 0;
     const bool dated = p.time.toValue(v);
@@ -281,7 +281,7 @@ bool writeMagellanTrack(const TVolGPS& track, const std::filesystem::path& file,
   SafeWriteOptions options;
   options.keepBackup = settings.keepBackup;
   options.mustNotExist = settings.mustNotExist;
-  return writeFileSafely(file, magellanLogText(track), options, message);
+  return writeFileSafely(file, magellanLogText(track, settings.track), options, message);
 }
 
 }  // namespace pixtrail

@@ -35,7 +35,7 @@ bool readNmeaLogText(std::string_view text, const std::string& fileName, const N
 // Magellan: "$PMGNTRK,llll.ll,a,yyyyy.yy,a,xxxxx,a,hhmmss.ss,A,c----c,ddmmyy*hh".
 bool readMagellanLogText(std::string_view text, const std::string& fileName, TVolGPS& track,
                          std::string& message);
-std::string magellanLogText(const TVolGPS& track);
+std::string magellanLogText(const TVolGPS& track, const TrackSettings& settings = {});
 
 // True when the text holds Magellan track sentences.
 bool looksLikeMagellanLog(std::string_view text);

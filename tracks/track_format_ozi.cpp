@@ -92,7 +92,7 @@ bool readOziTrackText(std::string_view text, const std::string& fileName, TVolGP
   return true;
 }
 
-std::string oziTrackText(const TVolGPS& track) {
+std::string oziTrackText(const TVolGPS& track, const TrackSettings& settings) {
   std::string name = track.headerText('P');
   for (char& c : name)
     if (c == ',' || c == '\r' || c == '\n') c = ' ';
@@ -103,7 +103,7 @@ std::string oziTrackText(const TVolGPS& track) {
   for (std::size_t i = 0; i < track.pointCount(); ++i) {
     const TPuntVol& p = track.point(i);
     const TCoord wgs84 = toFileDatum(p.position, kDatumWgs84);
-    const float alt = p.altitude(TrackSettings{}.preferGpsAltitude);
+    const float alt = p.altitude(settings.preferGpsAltitude);
     const double feet = hasAltitude(alt) ? alt / kFeetToMetres : kOziNoAltitudeFeet;
     DateTimeValue days = 0.0;
     std::string when = ",,";
@@ -132,7 +132,7 @@ bool writeOziExplorerTrack(const TVolGPS& track, const std::filesystem::path& fi
   SafeWriteOptions options;
   options.keepBackup = settings.keepBackup;
   options.mustNotExist = settings.mustNotExist;
-  return writeFileSafely(file, oziTrackText(track), options, message);
+  return writeFileSafely(file, oziTrackText(track, settings.track), options, message);
 }
 
 }  // namespace pixtrail

@@ -27,6 +27,6 @@ std::optional<OziTrackPoint> decodeOziTrackPoint(std::string_view line);
 
 bool readOziTrackText(std::string_view text, const std::string& fileName, TVolGPS& track,
                       std::string& message);
-std::string oziTrackText(const TVolGPS& track);
+std::string oziTrackText(const TVolGPS& track, const TrackSettings& settings = {});
 
 }  // namespace pixtrail

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "core/DateTimeRecord.hpp"
+#include "tracks/TBalizas.hpp"
 #include "tracks/TVolGPS.hpp"
 #include "tracks/track_text.hpp"
 
@@ -19,6 +20,7 @@ namespace pixtrail {
 struct TrackFileSettings {
   FileCoordinates file;
   TrackSettings track;
+  WaypointDefaults waypoints;  // the user's defaults for new waypoints
   bool keepBackup = false;  // keep a replaced file as NAME.bak
   bool mustNotExist = false;  // never replace a file (one appearing meanwhile included)
   // The date of logs whose records carry only times of day (NMEA logs of GGA sentences alone).

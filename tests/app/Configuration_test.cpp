@@ -92,6 +92,29 @@ TEST_F(ConfigFile, ALinkedFileIsWrittenThroughItsLink) {
   EXPECT_NE(test::readFileBytes(dir / "dotfiles" / "gps.ini").find("Comm_Timeout_Garmin=900"), std::string::npos);
 }
 
+TEST_F(ConfigFile, SectionsAndKeysMatchWithoutRegardToCase) {
+  test::writeFileBytes(file,
+                       "[tracks]\r\naltitud_gps_preferida=0\r\n[GENERAL]\r\ncomm_timeout_GARMIN=750\r\n"
+                       "[general]\r\nComm_Timeout_Garmin=800\r\n");
+  ASSERT_TRUE(config.load(file, message)) << message;
+  EXPECT_FALSE(config.preferGpsAltitude.get());
+  EXPECT_EQ(config.commTimeoutGarminMs.get(), 750) << "the first spelling found wins";
+
+  // Written back under the spelling the file uses, not as a second copy the next read would miss.
+  config.commTimeoutGarminMs.set(900);
+  config.maxGapSeconds.set(60.0);
+  const std::string written = test::readFileBytes(file);
+  EXPECT_NE(written.find("comm_timeout_GARMIN=900"), std::string::npos) << written;
+  EXPECT_EQ(written.find("[Tracks]"), std::string::npos) << written;
+  EXPECT_NE(written.find("Max_Hueco_Segundos=60"), std::string::npos) << written;
+  Configuration again;
+  ASSERT_TRUE(again.load(file, message)) << message;
+  EXPECT_EQ(again.commTimeoutGarminMs.get(), 900);
+  EXPECT_EQ(again.maxGapSeconds.get(), 60.0);
+  EXPECT_FALSE(again.preferGpsAltitude.get());
+  again.detach();
+}
+
 TEST_F(ConfigFile, AFileThatCannotBeParsedIsReportedAndNeverOverwritten) {
   const std::string broken = "[General]\r\nComm_Timeout_Garmin=750\r\nComm_Timeout_Garmin=800\r\n[Open\r\n";
   test::writeFileBytes(file, broken);

@@ -149,10 +149,13 @@ TEST_F(GeotagJobTest, OutNeverOverwritesAndDryRunWritesNothing) {
 TEST_F(GeotagJobTest, MarksTheTrackThatPlacedEachPhoto) {
   options.markTrackFile = out / "marked.trk";
   ASSERT_TRUE(geotagWithTracks(options, tracks, results, message)) << message;
-  EXPECT_EQ(tracks[0].pointCount(), 4u);
-  EXPECT_EQ(tracks[1].pointCount(), 4u);
-  EXPECT_EQ(tracks[0].point(1).coursePoint->comment, "a.jpg");
-  EXPECT_EQ(tracks[1].point(2).coursePoint->comment, "b.jpg");
+  EXPECT_EQ(tracks[0].pointCount(), 3u) << "marks lie beside the track";
+  EXPECT_EQ(tracks[1].pointCount(), 3u);
+  ASSERT_EQ(tracks[0].marks.size(), 1u);
+  ASSERT_EQ(tracks[1].marks.size(), 1u);
+  EXPECT_EQ(tracks[0].marks[0].name, "a.jpg");
+  EXPECT_EQ(tracks[1].marks[0].name, "b.jpg");
+  EXPECT_NEAR(tracks[1].marks[0].position.lat, 50.015, 1e-9);
 }
 
 // A phone photo: ImageWidth in IFD0 (held under the key of GPSLatitudeRef) and a JFIF header before

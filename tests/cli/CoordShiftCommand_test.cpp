@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <limits>
 
 #include <nlohmann/json.hpp>
@@ -81,6 +82,37 @@ TEST_F(DatumCommands, DatumsListsTheTableAsJson) {
   const auto text = run("datums");
   EXPECT_EQ(text.status, 0);
   EXPECT_NE(text.out.find("Ord Srvy Grt Britn"), std::string::npos);
+  EXPECT_NE(text.out.find("ECW name"), std::string::npos);
+  for (const auto& row : rows) {
+    const std::string ecw = row["ecw_name"];
+    if (ecw.empty()) continue;
+    // The row's line ends with its ECW name.
+    const std::string name = row["name"];
+    const std::size_t line = text.out.find("  " + name + " ");
+    ASSERT_NE(line, std::string::npos) << name;
+    EXPECT_EQ(text.out.substr(text.out.find('\n', line) - ecw.size(), ecw.size()), ecw) << name;
+    break;
+  }
+}
+
+// A datum table whose only row has a negative flattening: the program's fatal message, as a clean
+// failure of the command.
+TEST_F(DatumCommands, ABadFlatteningInTheTableIsACleanError) {
+  std::string table;
+  auto i32 = [&](std::int32_t v) { for (int k = 0; k < 4; ++k) table += static_cast<char>((v >> (8 * k)) & 0xFF); };
+  auto f64 = [&](double v) {
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &v, sizeof bits);
+    for (int k = 0; k < 8; ++k) table += static_cast<char>((bits >> (8 * k)) & 0xFF);
+  };
+  i32(2), i32(1);
+  table += std::string("\x04\x00" "Flat", 6);
+  i32(0), f64(-298.0), f64(6378137.0), f64(0), f64(0), f64(0);
+  table += std::string("\x00\x00\x00\x00", 4);  // no alternative names, no ECW name
+  test::writeFileBytes(dir / "datumsb.dat", table);
+  const auto r = run("--datadir " + test::shellQuote(dir.path().string()) + " datums");
+  EXPECT_EQ(r.status, 2);
+  EXPECT_NE(r.err.find("Error de sqrt en TDatum::Calcula()"), std::string::npos) << r.err;
 }
 
 // A grid whose shifts are not numbers: reported at start, listed as unusable, and the shift of its

@@ -71,6 +71,49 @@ TEST_F(GeotagCommand, UsageErrorsExitWithTwo) {
   EXPECT_EQ(test::readFileBytes(dir / "photos/canon.jpg"), original);
 }
 
+TEST_F(GeotagCommand, MarkTrackLeavesTheTrackAsRecorded) {
+  test::writeFileBytes(dir / "photos/canon.jpg", original);
+  const std::string photo = shellQuote((dir / "photos/canon.jpg").string());
+  const auto info = [](const std::filesystem::path& file) {
+    const auto r = test::runPixtrail("info --json " + shellQuote(file.string()));
+    EXPECT_EQ(r.status, 0) << r.err;
+    return nlohmann::json::parse(r.out, nullptr, false);
+  };
+  const nlohmann::json recorded = info(dir / "walk.trk");
+  for (const std::string name : {"marked.trk", "marked.gpx"}) {
+    const auto r = test::runPixtrail(run("--out " + shellQuote((dir / ("out-" + name)).string()) + " --mark-track " +
+                                         shellQuote((dir / name).string()) + " " + photo));
+    ASSERT_EQ(r.status, 0) << r.err;
+    const std::filesystem::path written = dir / name;
+    EXPECT_NE(r.out.find("marked track: " + written.string() + "\n"), std::string::npos) << r.out;
+    const nlohmann::json marked = info(written);
+    for (const char* key : {"points", "segments", "start", "end", "length_m"})
+      EXPECT_EQ(marked[key], recorded[key]) << name << " " << key;
+    const std::string text = test::readFileBytes(written);
+    if (name == "marked.gpx") {
+      EXPECT_NE(text.find("<wpt lat=\"40.04686"), std::string::npos) << "the photo as a waypoint:\n" << text;
+      EXPECT_NE(text.find("<name>canon.jpg</name>"), std::string::npos) << text;
+    } else {
+      EXPECT_NE(text.find("\r\na  foto|canon.jpg|"), std::string::npos) << text;
+    }
+  }
+}
+
+TEST_F(GeotagCommand, TheMarkedTrackNameIsTheOneWritten) {
+  // A track read from a PLE file stays in the native format whatever the name asked for, and the
+  // native writer gives it the extension TRK.
+  test::writeFileBytes(dir / "photos/canon.jpg", original);
+  std::filesystem::copy_file(dir / "walk.trk", dir / "walk.ple");
+  const auto r = test::runPixtrail("geotag --track " + shellQuote((dir / "walk.ple").string()) + " --out " +
+                                   shellQuote((dir / "out").string()) + " --mark-track " +
+                                   shellQuote((dir / "marked.gpx").string()) + " " +
+                                   shellQuote((dir / "photos/canon.jpg").string()));
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find("marked track: " + (dir / "marked.TRK").string() + "\n"), std::string::npos) << r.out;
+  EXPECT_TRUE(std::filesystem::exists(dir / "marked.TRK"));
+  EXPECT_FALSE(std::filesystem::exists(dir / "marked.gpx"));
+}
+
 TEST_F(GeotagCommand, ExifShowsWhatExiftoolReads) {
   const auto r = test::runPixtrail("exif --json " + shellQuote(test::testData("photos/Casio.jpg").string()));
   ASSERT_EQ(r.status, 0) << r.err;

@@ -36,7 +36,7 @@ TEST(TracksCli, ConvertGoesThroughTheDispatchersAndKeepsBytes) {
   const std::string once = (dir / "once.trk").string();
   auto r = run("convert --coords 1 " + shellQuote(walk()) + " " + shellQuote(once));
   ASSERT_EQ(r.status, 0) << r.err;
-  const std::string written = (dir / "once.TRK").string();
+  const std::string written = once;  // the extension as typed
   EXPECT_EQ(r.out, written + "\n");
   r = run("convert --coords 1 " + shellQuote(written) + " " + shellQuote((dir / "twice.TRK").string()));
   ASSERT_EQ(r.status, 0) << r.err;
@@ -46,6 +46,19 @@ TEST(TracksCli, ConvertGoesThroughTheDispatchersAndKeepsBytes) {
   r = run("convert " + shellQuote(walk()) + " " + shellQuote((dir / "x.csv").string()));
   EXPECT_EQ(r.status, 2);
   EXPECT_NE(r.err.find("Unknown file format saving tracks: csv"), std::string::npos) << r.err;
+}
+
+TEST(TracksCli, OverwritingAnIgcLogKeepsTheOldOne) {
+  test::TempDir dir;
+  const std::string igc = (dir / "walk.igc").string();
+  test::writeFileBytes(igc, "an older log");
+  auto r = run("convert " + shellQuote(walk()) + " " + shellQuote(igc));
+  EXPECT_EQ(r.status, 1) << "not replaced unasked";
+  r = run("convert --overwrite " + shellQuote(walk()) + " " + shellQuote(igc));
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, igc + "\n");
+  EXPECT_EQ(test::readFileBytes(dir / "walk.bak"), "an older log");
+  EXPECT_NE(test::readFileBytes(igc).find("\r\nB09"), std::string::npos);
 }
 
 TEST(TracksCli, PositionAtTimes) {

@@ -291,7 +291,9 @@ TEST_F(DatumFolder, DamagedFilesGiveTheSystemsMessages) {
       {good.substr(0, good.size() - 3), "Error reading file DATUMSB.DAT "},
       {datumFile(2, kSystemRows, 5), "Error reading file DATUMSB.DAT "},
       {good.substr(0, 6), "Error reading file DATUMSB.DAT "},
-      {datumFile(2, {{"Flat", 0, -1.0, 6378137.0, 0, 0, 0, "", ""}}), "Error reading file DATUMSB.DAT "},
+      {datumFile(2, {{"Flat", 0, -1.0, 6378137.0, 0, 0, 0, "", ""}}), "Error de sqrt en TDatum::Calcula()"},
+      {datumFile(2, {{"Flat", 0, 0.0, 6378137.0, 0, 0, 0, "", ""}}), "Error de sqrt en TDatum::Calcula()"},
+      {datumFile(2, {{"Flat", 0, 298.0, -1.0, 0, 0, 0, "", ""}}), "Error reading file DATUMSB.DAT "},
   };
   for (const auto& r : rows) {
     write("datumsb.dat", r.bytes);
@@ -343,6 +345,29 @@ TEST_F(DatumFolder, UserRowsFollowTheSystemRowsAndOnlyTheyAreSavedByAUser) {
   EXPECT_FALSE(table.deleteDatum(0, message));
 }
 
+TEST_F(DatumFolder, ADamagedUserFileCostsOnlyTheUserRowsAndIsNeverSavedOver) {
+  write("datumsb.dat", datumFile(2, kSystemRows));
+  const std::string damaged = datumFile(3, {{"Mine", 0, 297.0, 6378388.0, 5, 6, 7, "My Own", ""}});
+  write("datumsbp.dat", damaged);
+  ASSERT_TRUE(load()) << message;
+  EXPECT_EQ(table.size(), 4) << "the system table loads";
+  EXPECT_EQ(message, "Error reading " + (dir / "datumsbp.dat").string() +
+                         ": the datums added there are not loaded (Version error in datumsb.dat)");
+  message.clear();
+  table.addDatum();
+  EXPECT_FALSE(table.save(message));
+  EXPECT_NE(message.find("datumsbp.dat could not be read; it is not written over"), std::string::npos) << message;
+  EXPECT_EQ(test::readFileBytes(dir / "datumsbp.dat"), damaged);
+
+  // A half-read file adds none of its rows.
+  const std::string two = datumFile(2, {{"A", 0, 297.0, 6378388.0, 0, 0, 0, "", ""}, {"B", 0, 297.0, 6378388.0, 0, 0, 0, "", ""}});
+  write("datumsbp.dat", two.substr(0, two.size() - 4));
+  message.clear();
+  ASSERT_TRUE(load());
+  EXPECT_EQ(table.size(), 4);
+  EXPECT_EQ(table.findByName("A"), -1);
+}
+
 TEST_F(DatumFolder, LookupFollowsTheNameAlternativeEcwOrder) {
   write("datumsb.dat", datumFile(2, kSystemRows));
   ASSERT_TRUE(load()) << message;
@@ -358,6 +383,8 @@ TEST_F(DatumFolder, LookupFollowsTheNameAlternativeEcwOrder) {
       {"ED50", 1, "alternative name"},
       {"WGS84", 0, "alias, and also row 0's ECW name"},
       {"Europeo 1979", -1, "alias to a name this table lacks"},
+      {"world geodetic system 1984", 0, "aliases compare without case too"},
+      {" wgs-84 ", 0, "aliases compare without case too"},
       {"Auto Shift", 3, "the working datum"},
       {"Auto Shift (anything)", 3, "only the first 10 characters count"},
       {"Auto", -1, "too short for Auto Shift"},

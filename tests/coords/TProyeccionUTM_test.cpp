@@ -15,12 +15,14 @@ TEST(Utm, ZoneRuleKeepsItsEdges) {
       {3, 31, "Greenwich zone"},          {0, 31, "zero is east"},
       {-0.000001, 30, "just west"},       {-6, 29, "-6 falls in 29, not 30"},
       {-5.999999, 30, ""},                {6, 32, "east edge starts the next zone"},
-      {-180, 0, "trunc(-30) - 1 + 31"},   {180, 61, "180 gives 61"},
+      {-180, 1, "the meridian 180 shares with zone 1"}, {180, 61, "180 gives 61"},
       {179.999, 60, ""},                  {-177, 1, ""},
       {1e300, 166697, "absurd input stays an int"}, {-1e300, -166636, ""},
       {std::nan(""), 0, "NaN is no zone"},
   };
   for (const auto& r : rows) EXPECT_EQ(utmZone(r.lon), r.zone) << r.lon << " " << r.why;
+  EXPECT_EQ(utmZone(-180, UtmEdges::kExact), 0) << "trunc(-30) - 1 + 31, kept on request";
+  EXPECT_EQ(utmZone(-179.9999999, UtmEdges::kExact), 1);
 }
 
 TEST(Utm, BandLetters) {
@@ -28,9 +30,28 @@ TEST(Utm, BandLetters) {
       {41, 'T', ""},          {40, 'S', "upper bound inclusive"},  {40.000001, 'T', ""},
       {0, 'M', "equator is southern"}, {0.0001, 'N', ""},           {-8, 'L', ""},
       {84, 'X', ""},          {84.0001, 'Z', "above 84"},          {72.5, 'X', ""},
-      {-79.99, 'C', ""},      {-80.0001, 'A', "below -80"},        {-80, '?', "-80 keeps the letter"},
+      {-79.99, 'C', ""},      {-80.0001, 'A', "below -80"},        {-80, 'C', "-80 bounds band C"},
+      {-72, 'C', "every edge belongs below"}, {-64, 'D', ""}, {-56, 'E', ""}, {-48, 'F', ""}, {-40, 'G', ""},
+      {-32, 'H', ""},         {-24, 'J', ""},  {-16, 'K', ""}, {8, 'N', ""},   {16, 'P', ""},  {24, 'Q', ""},
+      {32, 'R', ""},          {48, 'T', ""},   {56, 'U', ""},  {64, 'V', ""},  {72, 'W', ""},
+      {72.00000000000001, 'X', "the next double above an edge"}, {-7.999999999999999, 'M', ""},
   };
   for (const auto& r : rows) EXPECT_EQ(utmBandLetter(r.lat, '?'), r.letter) << r.lat << " " << r.why;
+  EXPECT_EQ(utmBandLetter(-80, '?', UtmEdges::kExact), '?') << "-80 keeps the letter, on request";
+}
+
+TEST(Utm, PointsOnTheEdgesUnprojectAgain) {
+  ASSERT_NO_FATAL_FAILURE(test::loadShippedDatums());
+  const TCoord edges[] = {{-180, -80}, {-180, 10}, {180, 10}, {-6, -80}, {3, 84}, {-180, 84}};
+  for (const TCoord& p : edges) {
+    std::string message;
+    GridCoord utm;
+    ASSERT_TRUE(geographicToUtm(p, 0, 0, utm, message)) << p.lon << " " << p.lat << " " << message;
+    TCoord back;
+    ASSERT_TRUE(utmToGeographic(utm, 0, 0, back, message)) << p.lon << " " << p.lat << " " << message;
+    EXPECT_NEAR(back.lat, p.lat, 1e-7) << p.lon << " " << p.lat;
+    EXPECT_NEAR(std::remainder(back.lon - p.lon, 360.0), 0.0, 1e-7) << p.lon << " " << p.lat;
+  }
 }
 
 TEST(Utm, ForwardEdgesAndFalseNorthing) {

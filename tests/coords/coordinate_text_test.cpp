@@ -42,6 +42,31 @@ TEST(AngleText, FullTextsCarryMarksAndHemisphere) {
   EXPECT_EQ(angleToText(true, std::nan(""), kDecimalDegrees).degrees, "");  // no number, no crash
 }
 
+TEST(AngleText, TheUsersSettings) {
+  CoordinateTextSettings mine;
+  mine.angleFormat = kDecimalDegrees;
+  EXPECT_EQ(latitudeText(40.5, -1, mine), "40.5000000" + deg + " N") << "negative: the configured format";
+  EXPECT_EQ(latitudeText(40.5, -1), "40" + deg + "30.000' N") << "no settings: the default format";
+  EXPECT_EQ(latitudeText(40.5, kDegreesMinutesSeconds, mine), "40" + deg + "30'00.0\" N") << "a format given wins";
+  double value = 0.0;
+  bool isLatitude = false;
+  std::string message;
+  mine.angleFormat = kParisGrads;
+  ASSERT_TRUE(formattedTextToAngle("50.0000000gr N", -1, value, isLatitude, message, mine)) << message;
+  EXPECT_NEAR(value, 45.0, 1e-12) << "the configured format reads too";
+
+  // Grads from Paris between Greenwich and Paris: the first rule takes the longitude's own letter,
+  // and the text then reads back on the other side of Paris.
+  CoordinateTextSettings first;
+  first.parisLetterFromLongitude = true;
+  EXPECT_EQ(longitudeText(1.0, kParisGrads, first), "1.4858102gr E");
+  EXPECT_EQ(longitudeText(-1.0, kParisGrads, first), "3.7080324gr W");
+  ASSERT_TRUE(formattedTextToAngle(longitudeText(1.0, kParisGrads), kParisGrads, value, isLatitude, message));
+  EXPECT_NEAR(value, 1.0, 1e-7) << "the default text reads back";
+  ASSERT_TRUE(formattedTextToAngle(longitudeText(1.0, kParisGrads, first), kParisGrads, value, isLatitude, message));
+  EXPECT_NEAR(value, 2 * kParisMeridianDeg - 1.0, 1e-7);
+}
+
 TEST(AngleParse, TypedCoordinates) {
   const struct { std::string text; bool ok; double value; bool lat; const char* why; } rows[] = {
       {"40 25' 30\" N", true, 40.425, true, "degrees minutes seconds"},
@@ -102,6 +127,12 @@ TEST(UtmAndCompactText, FixedWidths) {
   EXPECT_EQ(utmEastingText(31, 99999.5), "31  100000");
   EXPECT_EQ(utmNorthingText(4538641.6), "4538642");
   EXPECT_EQ(utmNorthingText(12.0), "0000012");
+  CoordinateTextSettings geographic;
+  EXPECT_EQ(utmEastingText(30, 440000.2, {-3.7, 40.4}, geographic), "30  440000");
+  geographic.utmAsGeographic = true;
+  geographic.angleFormat = kDecimalDegrees;
+  EXPECT_EQ(utmEastingText(30, 440000.2, {-3.7, 40.4}, geographic), "40.4000000" + deg + " N");
+  EXPECT_EQ(utmNorthingText(4472000.0, {-3.7, 40.4}, geographic), "3.7000000" + deg + " W");
   EXPECT_EQ(compactPositionText(40.425, -3.7094667), "4025500N00342568W");
   EXPECT_EQ(compactPositionText(-0.9999999, 179.9999999), "0100000S18000000E");  // carries
 }

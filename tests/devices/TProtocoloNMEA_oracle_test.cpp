@@ -15,6 +15,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "core/text.hpp"
 #include "devices/TProtocoloNMEA.hpp"
 #include "tests/support/test_support.hpp"
 
@@ -128,7 +129,16 @@ TEST_P(GpsdecodeOracle, PositionSentencesAgreeOneByOne) {
     const std::string& s = ours[i].sentence;
     ++tally.compared;
     const bool gpsdFix = tpv.value("mode", 0) >= 2;
-    EXPECT_EQ(f.fixValid != 0, gpsdFix) << s;
+    // One known difference: for a GGA that says quality 1 with "00" satellites the quality decides
+    // here, as the system's rule has it; gpsd takes no satellites for no fix.
+    const std::vector<std::string_view> fields = splitFields(s, ',');
+    const bool noSatellitesFix = s.compare(3, 3, "GGA") == 0 && fields.size() > 7 && fields[6] != "0" &&
+                                 !fields[6].empty() && fields[7] == "00";
+    if (noSatellitesFix) {
+      EXPECT_TRUE(f.fixValid) << s;
+    } else {
+      EXPECT_EQ(f.fixValid != 0, gpsdFix) << s;
+    }
     if (s.compare(3, 3, "GGA") == 0) {
       EXPECT_EQ(f.differential != 0, tpv.value("status", 1) == 2) << s;
     }

@@ -96,20 +96,19 @@ TEST_F(PhotoCollection, SynchronisesWithTheClockOffsetAndLeavesUncoveredPhotosAl
   EXPECT_FALSE(group->photos[2].hasPosition);
   EXPECT_EQ(placements[3].status, PlacementStatus::NoTime);
 
-  // Marked: one new point per placed photo, in time order, named after the photo.
-  ASSERT_EQ(t.pointCount(), 5u);
-  for (std::size_t i = 1; i < t.pointCount(); ++i) EXPECT_LE(t.pointTime(i - 1), t.pointTime(i));
-  int marks = 0;
+  // Marked: one mark per placed photo beside the track, named after the photo; the recorded
+  // points are not touched.
+  const TVolGPS before = track();
+  ASSERT_EQ(t.pointCount(), before.pointCount());
   for (std::size_t i = 0; i < t.pointCount(); ++i) {
-    if (!t.point(i).coursePoint) continue;
-    ++marks;
-    const std::string& name = t.point(i).coursePoint->comment;
-    EXPECT_TRUE(name == "1.jpg" || name == "2.jpg") << name;
-    if (name == "1.jpg") {
-      EXPECT_NEAR(t.point(i).position.lat, 40.005, 1e-9);
-    }
+    EXPECT_EQ(t.pointTime(i), before.pointTime(i));
+    EXPECT_EQ(t.point(i).segmentStart, before.point(i).segmentStart);
+    EXPECT_FALSE(t.point(i).coursePoint);
   }
-  EXPECT_EQ(marks, 2);
+  ASSERT_EQ(t.marks.size(), 2u);
+  EXPECT_EQ(t.marks[0].name, "1.jpg");
+  EXPECT_NEAR(t.marks[0].position.lat, 40.005, 1e-9);
+  EXPECT_EQ(t.marks[1].name, "2.jpg");
 }
 
 TEST_F(PhotoCollection, SavesIntoANewFileOnlyWhenItDoesNotExistAndInPlaceSafely) {

@@ -30,6 +30,8 @@ TEST(WaypointLine, NamesAndDescriptionsSurviveAWriteAndARead) {
       {"A B", "", "A_B___", "A B", ""},
       {"", "nothing", "VOID ", "", "nothing"},
       {"   ", "", "VOID ", "", ""},
+      {"VOID", "a real name", "VOID__", "VOID", "a real name"},
+      {"VOID  ", "", "VOID__", "VOID", ""},
       {"  Peak  ", "summit cross", "Peak__", "Peak", "summit cross"},
       {"Long name here", "two  blanks   here", "Long_name_here", "Long name here", "two blanks here"},
       {"Caf\xE9", "8-bit \xE9t\xE9", "Caf\xE9__", "Caf\xE9", "8-bit \xE9t\xE9"},
@@ -148,9 +150,9 @@ TEST(WaypointFile, OziExplorerHeadersAndUnknownDatum) {
        "Unknown OziExplorer waypoint format"},
       {"OziExplorer Waypoint File Version 1.1\r\nWGS 84\r\nReserved 2\r\ngarmin\r\n", true, ""},
       {"OziExplorer Waypoint File Version 1.0\r\nWGS 84\r\nReserved 2\r\ngarmin\r\n  1,A,1,2\r\n", true, ""},
-      {"OziExplorer Waypoint File Version 1.0\r\nWGS 84\r\nReserved 2\r\ngarmin\r\n  1,A,north,2\r\n", false,
-       "Error in OziExplorer waypoint format"},
-      {"OziExplorer Waypoint File Version 1.0\r\nWGS 84\r\nReserved 2\r\ngarmin\r\ngarbage\r\n", false,
+      {"OziExplorer Waypoint File Version 1.0\r\nWGS 84\r\nReserved 2\r\ngarmin\r\n  1,A,north,2\r\n", true,
+       "Error in OziExplorer waypoint format"},  // the bad line is dropped, the file is read
+      {"OziExplorer Waypoint File Version 1.0\r\nWGS 84\r\nReserved 2\r\ngarmin\r\ngarbage\r\n", true,
        "Error in OziExplorer waypoint format"},  // its line layout is read by the OziExplorer reader
       {"G  No Such Datum\r\nU  0\r\n", false, "Unknown datum: No Such Datum"},
   };
@@ -160,6 +162,55 @@ TEST(WaypointFile, OziExplorerHeadersAndUnknownDatum) {
     EXPECT_EQ(parseWaypointFile(r.text, file, message), r.ok) << r.text;
     EXPECT_EQ(message, r.message);
   }
+}
+
+TEST(WaypointFile, ABadLineDropsItsWaypointWithItsDisplayAndFontLines) {
+  const std::string pos = " - 40.4250000\xBAN 3.5000000\xBAW ";
+  const std::string text = "G  WGS 84\r\nU  0\r\n"
+                           "W  First" + pos + "27-MAR-62 00:00:00 10 kept\r\n"
+                           "W  Short" + pos + "27-MAR-62\r\n"  // six fields
+                           "w Flag,3,2.5,255,24,1,1,,150\r\n"
+                           "t \"Arial\",10,700,1,0, 0\r\n"
+                           "W  Bad - north east 27-MAR-62 00:00:00 1 x\r\n"
+                           "t \"Courier\",10,700,1,0, 0\r\n"
+                           "W  Last" + pos + "27-MAR-62 00:00:00 20 kept too\r\n";
+  TBalizas file;
+  std::string message;
+  ASSERT_TRUE(parseWaypointFile(text, file, message)) << "one bad line does not lose the file";
+  EXPECT_EQ(message, "Error in WPT file");
+  ASSERT_EQ(file.waypoints.size(), 2u);
+  EXPECT_EQ(file.waypoints[0].name, "First");
+  EXPECT_EQ(file.waypoints[1].name, "Last");
+  EXPECT_EQ(file.waypoints[0].displayType, 1) << "the dropped waypoint's w line is not the first one's";
+  EXPECT_FALSE(file.waypoints[0].font) << "nor its font line";
+}
+
+TEST(WaypointFile, DisplayDefaultsAreTheUsers) {
+  const WaypointDefaults mine{3, 2.5f, 255, 1};
+  TBaliza usual = waypoint("Usual", "");
+  usual.displayType = 3;
+  usual.displayValue1 = 2.5f;
+  usual.displayValue2 = 255;
+  usual.displayFlag1 = 1;
+  TBalizas file;
+  file.waypoints.emplace(usual);
+  file.waypoints.emplace(waypoint("Plain", ""));  // the fixed defaults, not the user's
+  std::string text, message;
+  ASSERT_TRUE(formatWaypointFile(file, kDegrees, mine, text, message)) << message;
+  // Only the waypoint that differs from the user's defaults gets a w line.
+  EXPECT_EQ(text.substr(text.find("\r\n", text.find("W  Usual")) + 2, 3), "W  ") << text;
+  EXPECT_EQ(text.substr(text.find("\r\n", text.find("W  Plain")) + 2, 2), "w ") << text;
+
+  TBalizas back;
+  ASSERT_TRUE(parseWaypointFile(text, back, message, mine)) << message;
+  ASSERT_EQ(back.waypoints.size(), 2u);
+  EXPECT_EQ(back.waypoints[0].displayType, 3) << "no w line: the user's defaults";
+  EXPECT_EQ(back.waypoints[0].displayValue2, 255);
+  EXPECT_EQ(back.waypoints[0].displayFlag1, 1);
+  EXPECT_EQ(back.waypoints[1].displayType, 1);
+  std::string again;
+  ASSERT_TRUE(formatWaypointFile(back, kDegrees, mine, again, message));
+  EXPECT_EQ(again, text);
 }
 
 }  // namespace

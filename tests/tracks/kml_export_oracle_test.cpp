@@ -16,6 +16,8 @@ TEST(KmlOracle, GpsbabelReadsOurTracksAndPins) {
   ASSERT_TRUE(openTrack(test::testData("formats/track_gpx_garmin_extensions.gpx"), track, {}, message));
   TBalizas pins;
   ASSERT_TRUE(readGpxWaypoints(test::testData("formats/track_gpx_garmin_extensions.gpx"), pins, message));
+  ASSERT_EQ(track.marks.size(), pins.waypoints.size()) << "the file's waypoints are the track's marks too";
+  track.marks.clear();  // here they come as pins of their own
   KmlContent content;
   content.tracks = {&track};
   content.waypointFiles = {&pins};

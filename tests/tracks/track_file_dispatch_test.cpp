@@ -30,7 +30,8 @@ TEST(TrackDispatch, SaveChoosesByExtensionInTableOrder) {
     std::string written, message;
     const char* why;
   } rows[] = {
-      {"a.TRK", "out.trk", true, "out.TRK", "", "native: any extension but PLE becomes TRK"},
+      {"a.TRK", "out.trk", true, "out.trk", "", "native: the extension's case is kept as typed"},
+      {"a.TRK", "out.Trk", true, "out.Trk", "", "native: the extension's case is kept as typed"},
       {"a.PLE", "out.gpx", true, "out.TRK", "", "a PLE track stays native: the PLE test comes before GPX"},
       {"a.TRK", "out.PLE", false, "", "Unknown file format saving tracks: PLE",
        "PLE is not in the save table; only a track loaded from PLE is written natively"},
@@ -65,7 +66,7 @@ TEST(TrackDispatch, OpenChoosesByExtensionAndRecalculates) {
   const TrackFileSettings settings;
   TVolGPS t = smallTrack("walk.TRK");
   std::string message;
-  ASSERT_TRUE(saveTrack(t, dir / "walk.trk", settings, message)) << message;
+  ASSERT_TRUE(saveTrack(t, dir / "walk.TRK", settings, message)) << message;
   std::filesystem::copy_file(dir / "walk.TRK", dir / "walk.PlE");
   for (const char* name : {"walk.TRK", "walk.PlE"}) {
     TVolGPS back;
@@ -102,7 +103,7 @@ TEST(TrackDispatch, IgcSaveNeverLeavesAHalfWrittenLog) {
   TVolGPS t = smallTrack("flight.TRK");
   t.backupOnIgcSave = true;
   std::string message;
-  const bool ok = saveTrack(t, dir / "flight.igc", TrackFileSettings{}, message);
+  const bool ok = saveTrack(t, dir / "flight.IGC", TrackFileSettings{}, message);
   EXPECT_FALSE(std::filesystem::exists(dir / "flight.IGC.tmp")) << "the temporary log is gone either way";
   if (ok) {
     EXPECT_EQ(test::readFileBytes(dir / "flight.bak"), "old log");
@@ -112,6 +113,17 @@ TEST(TrackDispatch, IgcSaveNeverLeavesAHalfWrittenLog) {
     EXPECT_EQ(test::readFileBytes(dir / "flight.IGC"), "old log") << message;
     EXPECT_FALSE(std::filesystem::exists(dir / "flight.bak"));
   }
+}
+
+TEST(TrackDispatch, IgcNameKeepsTheCaseTypedAndOtherExtensionsBecomeIgc) {
+  test::TempDir dir;
+  TVolGPS t = smallTrack("flight.TRK");
+  std::string message;
+  ASSERT_TRUE(saveTrack(t, dir / "lower.igc", TrackFileSettings{}, message)) << message;
+  EXPECT_EQ(t.fileName, (dir / "lower.igc").string());
+  EXPECT_TRUE(std::filesystem::exists(dir / "lower.igc"));
+  EXPECT_FALSE(std::filesystem::exists(dir / "lower.IGC"));
+  EXPECT_EQ(savedTrackFileName(t, dir / "x.Igc"), dir / "x.Igc");
 }
 
 }  // namespace

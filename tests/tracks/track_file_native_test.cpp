@@ -39,19 +39,26 @@ TEST(NativePointLine, ReadsFieldsDefaultsAndLimits) {
        "\"n\" is not \"N\"; month case ignored; year 51 is 1951"},
       {"T  - 40.4250000\xBAN 3.5000000\xBAW 01-NUL-00 00:00:00 s 1 -5", true, 1, 1, 0, 0, 1, -1,
        "undefined month accepted, no century; speed below -1 stored as -1"},
-      {"T  - 40.4250000\xBAN 3.5000000\xBAW 01-XYZ-00 00:00:00", false, 0, 0, 0, 0, 0, 0, "unknown month"},
-      {"T  - 40.4250000\xBAN 3.5000000\xBAW 01-JAN-00 24:00:00", false, 0, 0, 0, 0, 0, 0, "hour 24"},
-      {"T  - 40.4250000\xBAN 3.5000000\xBAW 01-JAN-00 10:60:00", false, 0, 0, 0, 0, 0, 0, "minute 60"},
+      {"T  - 40.4250000\xBAN 3.5000000\xBAW 01-XYZ-00 00:00:00", true, 1, 0, 0, 0, -9999, -1,
+       "unknown month: the date keeps its default, the point stays"},
+      {"T  - 40.4250000\xBAN 3.5000000\xBAW 01-JAN-00 24:00:00", true, 1, 1, 1, 2000, -9999, -1,
+       "hour 24: the time keeps its default, the date is read"},
+      {"T  - 40.4250000\xBAN 3.5000000\xBAW 01-JAN-00 10:60:00 N", true, 0, 1, 1, 2000, -9999, -1, "minute 60"},
       {"T  - 40.4250000\xBAN 3.5000000\xBAW 01-JAN-00", false, 0, 0, 0, 0, 0, 0, "fewer than 6 fields"},
       {"T  - 3.5000000\xBAW 40.4250000\xBAN 01-JAN-00 10:00:00", false, 0, 0, 0, 0, 0, 0,
        "longitude where the latitude belongs"},
       {"T  - 95.0000000\xBAN 3.5000000\xBAW 01-JAN-00 10:00:00", false, 0, 0, 0, 0, 0, 0, "latitude past the pole"},
-      {"T  - 40.4250000\xBAN 3.5000000\xBAW 01-JAN-00 10:00:00 s abc", false, 0, 0, 0, 0, 0, 0,
-       "altitude not a number"},
+      {"T  - 40.4250000\xBAN 3.5000000\xBAW 01-JAN-00 10:00:00 s abc 3", true, 1, 1, 1, 2000, -9999, 3,
+       "altitude not a number: unknown altitude, later fields still read"},
+      {"T  - 40.4250000\xBAN 3.5000000\xBAW 01-JAN-00 10:00:00 s 7 fast", true, 1, 1, 1, 2000, 7, -1,
+       "speed not a number: its default"},
   };
   for (const auto& r : rows) {
     TPuntVol p;
     ASSERT_EQ(parsePointLine(r.line, kDegrees, p), r.ok) << r.why;
+    if (r.ok && r.month == 0 && r.day == 0) {
+      EXPECT_EQ(p.time, TPuntTiempo{}) << r.why;
+    }
     if (!r.ok) continue;
     EXPECT_NEAR(p.position.lat, 40.425, 1e-12) << r.why;
     EXPECT_NEAR(p.position.lon, -3.5, 1e-12) << r.why;
@@ -94,6 +101,23 @@ std::string writtenLine(TPuntVol& p) {
   std::string out, message;
   EXPECT_TRUE(appendPointLine(p, kDegrees, true, out, message)) << message;
   return out;
+}
+
+TEST(NativePointLine, AFieldInTheWrongFormKeepsItsDefault) {
+  // Satellites (11), fix type (14) and heart rate (17) are integers; a writer that put reals there
+  // still gives usable points.
+  TPuntVol p;
+  ASSERT_TRUE(parsePointLine("T  - 40.4250000\xBAN 3.5000000\xBAW 01-JAN-24 10:00:00 N 5 2 90 20 7.0 1.5 1013 "
+                             "3.0 0.5 100 120.5 1.25",
+                             kDegrees, p));
+  EXPECT_EQ(p.satellites, 0);
+  EXPECT_EQ(p.fixType, 0);
+  EXPECT_EQ(p.heartRate, 0);
+  EXPECT_EQ(p.courseDeg, 90.0f) << "the fields around them are read";
+  EXPECT_EQ(p.hdop, 1.5f);
+  EXPECT_EQ(p.powerW, 100.0f);
+  EXPECT_EQ(p.cadenceRpm, 1.25f);
+  EXPECT_EQ(p.time.hour, 10);
 }
 
 TEST(NativePointLine, WriterLimitsAltitudeAndTrailingFields) {
@@ -245,13 +269,51 @@ TEST(NativeTrackFile, BadPointLinesAreDroppedAndTheRestKept) {
   EXPECT_EQ(message, "There are some aberrant points in this track");
   ASSERT_EQ(t.pointCount(), 3u);
   EXPECT_EQ(t.point(2).altitude(true), 3.0f);
-  EXPECT_TRUE(t.point(0).coursePoint) << "\"t\" attaches to the point read last";
+  EXPECT_FALSE(t.point(0).coursePoint) << "a \"t\" line after a dropped point goes with it";
   EXPECT_TRUE(t.readWithFLine);
+}
+
+TEST(NativeTrackFile, MarksGoBesideThePointsTheyFollowAndReadBack) {
+  TVolGPS t;
+  for (int m = 0; m < 3; ++m) {
+    auto p = std::make_unique<TPuntVol>();
+    p->position = {-3.0, 40.0 + 0.001 * m, 650.0f};
+    p->time = TPuntTiempo::fromRecord({1, 1, 2024, 10, 10 * m, 0.0});
+    p->stateFlags = TPuntVol::kValidData;
+    t.appendPoint(std::move(p));
+  }
+  t.marks.push_back({"late.jpg", {-3.0, 40.0025, 655.0f}, TPuntTiempo::fromRecord({1, 1, 2024, 10, 25, 0.0})});
+  t.marks.push_back({"a|b.jpg", {-3.0, 40.0005, kUnknownAltitude}, TPuntTiempo::fromRecord({1, 1, 2024, 10, 5, 0.0})});
+  std::string text, message;
+  ASSERT_TRUE(formatNativeTrack(t, {}, text, message)) << message;
+  const std::size_t first = text.find("a  foto|a b.jpg|"), second = text.find("a  foto|late.jpg|");
+  ASSERT_NE(first, std::string::npos) << text;
+  ASSERT_NE(second, std::string::npos) << text;
+  EXPECT_LT(text.find("10:00:00"), first) << "after the point it follows";
+  EXPECT_GT(text.find("10:10:00"), first);
+  EXPECT_GT(second, text.find("10:20:00")) << "after the last point";
+  EXPECT_NE(text.find("|01-JAN-24 10:05:00|-9999\r\n"), std::string::npos) << text;
+
+  TVolGPS back;
+  FileCoordinates file;
+  ASSERT_TRUE(parseNativeTrack(text, back, file, message)) << message;
+  ASSERT_EQ(back.pointCount(), 3u);
+  for (std::size_t i = 0; i < 3; ++i) EXPECT_FALSE(back.point(i).linked) << "marks are not linked objects";
+  ASSERT_EQ(back.marks.size(), 2u);
+  EXPECT_EQ(back.marks[0].name, "a b.jpg");
+  EXPECT_NEAR(back.marks[1].position.lat, 40.0025, 1e-7);
+  EXPECT_EQ(back.marks[1].position.alt, 655.0f);
+  EXPECT_EQ(back.marks[1].time, t.marks[0].time);
+  std::string again;
+  ASSERT_TRUE(formatNativeTrack(back, {}, again, message));
+  EXPECT_EQ(again, text);
 }
 
 TEST(NativeTrackFile, ExtensionRulesAndSafeReplacement) {
   EXPECT_EQ(nativeTrackFileName("a/b.ple"), "a/b.ple");
   EXPECT_EQ(nativeTrackFileName("a/b.gpx"), "a/b.TRK");
+  EXPECT_EQ(nativeTrackFileName("a/b.trk"), "a/b.trk");
+  EXPECT_EQ(nativeTrackFileName("a/b.trk.gpx"), "a/b.trk.TRK");
   EXPECT_EQ(nativeTrackFileName("a/b"), "a/b.TRK");
   test::TempDir dir;
   const TVolGPS track = fullTrack();
@@ -262,7 +324,7 @@ TEST(NativeTrackFile, ExtensionRulesAndSafeReplacement) {
   ASSERT_TRUE(writeNativeTrack(track, dir / "walk.txt", options, written, message)) << message;
   EXPECT_EQ(written, dir / "walk.TRK");
   const std::string firstContent = test::readFileBytes(written);
-  ASSERT_TRUE(writeNativeTrack(track, dir / "walk.trk", options, written, message));
+  ASSERT_TRUE(writeNativeTrack(track, dir / "walk.TRK", options, written, message));
   EXPECT_EQ(test::readFileBytes(dir / "walk.bak"), firstContent) << "the replaced file is kept";
   // A write that is refused (the file has a second hard link) leaves the old file as it was.
   test::writeFileBytes(dir / "walk.TRK", "old content");

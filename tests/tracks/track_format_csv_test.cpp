@@ -52,5 +52,35 @@ TEST(CsvTrack, HeaderNamesTheColumnsWhateverTheirOrderAndSeparator) {
   EXPECT_EQ(message, "n.csv: the header row names no latitude and longitude columns");
 }
 
+TEST(CsvTrack, UnixTimesAreReadAndUnreadableTimesReported) {
+  // 1700000000 s after 1970-01-01 is 2023-11-14 22:13:20 UTC.
+  const struct { const char* text; DateTimeRecord first; const char* why; } rows[] = {
+      {"lat,lon,time\n40.1,-3.5,1700000000\n40.2,-3.5,1700000060\n", {14, 11, 2023, 22, 13, 20}, "seconds"},
+      {"lat,lon,timestamp\n40.1,-3.5,1700000000250\n40.2,-3.5,1700000060000\n", {14, 11, 2023, 22, 13, 20.25},
+       "milliseconds"},
+  };
+  for (const auto& r : rows) {
+    TVolGPS t;
+    std::string message;
+    ASSERT_TRUE(readCsvTrackText(r.text, "e.csv", t, message)) << r.why;
+    EXPECT_TRUE(message.empty()) << r.why << ": " << message;
+    ASSERT_EQ(t.pointCount(), 2u);
+    const DateTimeRecord first = t.point(0).time.toRecord();
+    EXPECT_EQ(first.day, r.first.day) << r.why;
+    EXPECT_EQ(first.month, r.first.month) << r.why;
+    EXPECT_EQ(first.year, r.first.year) << r.why;
+    EXPECT_EQ(first.hour, r.first.hour) << r.why;
+    EXPECT_EQ(first.minute, r.first.minute) << r.why;
+    EXPECT_NEAR(first.seconds, r.first.seconds, 0.002) << r.why;
+    EXPECT_EQ(t.point(1).time.toRecord().minute, 14) << r.why;
+  }
+  TVolGPS t;
+  std::string message;
+  ASSERT_TRUE(readCsvTrackText("lat,lon,time\n40.1,-3.5,36000\n40.2,-3.5,soon\n40.3,-3.5,\n", "u.csv", t, message));
+  EXPECT_EQ(t.pointCount(), 3u);
+  EXPECT_EQ(message, "u.csv: 2 rows without a readable date and time; their points have no time")
+      << "a number too small to be a date and a word; the empty field is simply unknown";
+}
+
 }  // namespace
 }  // namespace pixtrail

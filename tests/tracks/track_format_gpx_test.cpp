@@ -186,6 +186,8 @@ TEST(GpxWrite, RoundTripKeepsEverythingThePointHolds) {
     track.appendPoint(std::move(p));
   }
   track.headerText('P') = "Caf\xE9 <run> & more";  // Latin-1 in memory, escaped UTF-8 in the file
+  track.marks.push_back({"b\xE9" "b\xE9" ".jpg", {-7.5, 45.5, 351.0f}, TPuntTiempo::fromRecord({1, 1, 2020, 0, 0, 0})});
+  track.marks.push_back({"no time", {-7.25, 45.25, kUnknownAltitude}, {}});
   test::TempDir dir;
   const std::string file = (dir / "round.gpx").string();
   std::string message;
@@ -194,6 +196,15 @@ TEST(GpxWrite, RoundTripKeepsEverythingThePointHolds) {
   ASSERT_TRUE(openTrack(file, back, {}, message)) << message;
   ASSERT_EQ(back.pointCount(), 3u);
   EXPECT_EQ(back.headerText('P'), track.headerText('P'));
+  ASSERT_EQ(back.marks.size(), 2u) << "marks travel as waypoints";
+  for (std::size_t i = 0; i < 2; ++i) {
+    EXPECT_EQ(back.marks[i].name, track.marks[i].name);
+    EXPECT_NEAR(back.marks[i].position.lat, track.marks[i].position.lat, 1e-9);
+    EXPECT_NEAR(back.marks[i].position.lon, track.marks[i].position.lon, 1e-9);
+    EXPECT_EQ(back.marks[i].time, track.marks[i].time);
+  }
+  EXPECT_EQ(back.marks[0].position.alt, 351.0f);
+  EXPECT_FALSE(hasAltitude(back.marks[1].position.alt));
   for (std::size_t i = 0; i < 3; ++i) {
     const TPuntVol& a = track.point(i);
     const TPuntVol& b = back.point(i);

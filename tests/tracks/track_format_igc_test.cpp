@@ -98,6 +98,34 @@ TEST(IgcWrite, RoundTripAtTheFormatsResolution) {
   }
 }
 
+TEST(IgcRead, ZeroAltitudeFieldsMeanNone) {
+  const struct { const char* fix; float pressure, gps, altitude; const char* why; } rows[] = {
+      {"B1000005407121N00249342WA0028000000", 280, kUnknownAltitude, 280, "no GPS altitude: the pressure one"},
+      {"B1000005407121N00249342WA0000000421", kUnknownAltitude, 421, 421, "no pressure sensor"},
+      {"B1000005407121N00249342WA0000000000", kUnknownAltitude, kUnknownAltitude, kUnknownAltitude,
+       "no altitudes at all"},
+      {"B1000005407121N00249342WA-001200005", -12, 5, 5, "low but present"},
+  };
+  for (const auto& r : rows) {
+    TVolGPS t;
+    std::string message;
+    ASSERT_TRUE(readIgcTrackText(std::string("AXXX\nHFDTE010124\n") + r.fix + "\n", "z.igc", t, message)) << r.why;
+    ASSERT_EQ(t.pointCount(), 1u);
+    EXPECT_EQ(t.point(0).barometricAltitudeM, r.pressure) << r.why;
+    EXPECT_EQ(t.point(0).gpsAltitudeM, r.gps) << r.why;
+    EXPECT_EQ(t.point(0).altitude(true), r.altitude) << r.why;
+  }
+
+  // A track without altitudes (a GPX without elevations) keeps none through an IGC file.
+  TVolGPS flat;
+  flat.appendPoint(makePoint(54.1, -2.8, kUnknownAltitude, {1, 1, 2024, 10, 0, 0}));
+  TVolGPS back;
+  std::string message;
+  ASSERT_TRUE(readIgcTrackText(igcTrackText(flat), "f.igc", back, message)) << message;
+  ASSERT_EQ(back.pointCount(), 1u);
+  EXPECT_FALSE(hasAltitude(back.point(0).altitude(true)));
+}
+
 TEST(IgcWrite, SaveSequenceKeepsTheBackupAndReportsAFailedRename) {
   test::TempDir dir;
   const std::string file = (dir / "flight.IGC").string();
