@@ -6,6 +6,7 @@
 #include <QPushButton>
 #include <QTableWidget>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -33,6 +34,8 @@ DatumListDialog::DatumListDialog(QWidget* parent) : QDialog(parent) {
   table_->horizontalHeader()->setStretchLastSection(true);
   table_->setSelectionBehavior(QAbstractItemView::SelectRows);
   table_->setSelectionMode(QAbstractItemView::SingleSelection);
+  table_->verticalHeader()->hide();  // row numbers would suggest indexes off by one
+  table_->verticalHeader()->setDefaultSectionSize(table_->fontMetrics().height() + 6);
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
   QPushButton* add = buttons->addButton(tr("Add"), QDialogButtonBox::ActionRole);
   QPushButton* remove = buttons->addButton(tr("Delete"), QDialogButtonBox::ActionRole);
@@ -80,6 +83,7 @@ void DatumListDialog::fill() {
     }
   }
   table_->resizeColumnsToContents();
+  table_->setColumnWidth(kAlternative, std::min(table_->columnWidth(kAlternative), 320));
   filling_ = false;
 }
 
