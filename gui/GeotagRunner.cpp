@@ -33,14 +33,14 @@ bool runGeotagJob(QWidget* parent, Document& document, const GeotagOptions& opti
   progress.setObjectName("geotagProgress");
   progress.setWindowModality(Qt::WindowModal);
   progress.setMinimumDuration(0);
+  std::atomic<bool> cancelled{false};
+  QObject::connect(&progress, &QProgressDialog::canceled, [&cancelled] { cancelled = true; });
   progress.setValue(0);
 
-  std::atomic<bool> cancelled{false};
   std::atomic<std::size_t> done{0};
   bool started = true;
   std::string jobMessage;
   QEventLoop loop;
-  QObject::connect(&progress, &QProgressDialog::canceled, [&cancelled] { cancelled = true; });
   // The document's tracks are only read by the window while the modal dialog is up; the worker
   // is the only one to change them (marks).
   std::jthread worker([&] {
@@ -63,7 +63,10 @@ bool runGeotagJob(QWidget* parent, Document& document, const GeotagOptions& opti
     QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
   });
   QTimer ticker;
-  QObject::connect(&ticker, &QTimer::timeout, [&] { progress.setValue(static_cast<int>(done.load())); });
+  QObject::connect(&ticker, &QTimer::timeout, [&] {
+    if (progress.wasCanceled()) cancelled = true;  // closed or Escape, not only the button
+    else progress.setValue(static_cast<int>(done.load()));
+  });
   ticker.start(50);
   loop.exec();
   worker.join();

@@ -10,8 +10,12 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QRadioButton>
+#include <QProgressDialog>
+#include <QPushButton>
 #include <QTest>
+#include <QTimer>
 
+#include "gui/GeotagRunner.hpp"
 #include "gui/MapCanvas.hpp"
 #include "gui/TAForm_MultiGPS.hpp"
 #include "gui_test_support.hpp"
@@ -179,6 +183,51 @@ TEST_F(Workflow, TypedOffsetMovesThePreviewAndWritesNothing) {
   QCoreApplication::processEvents();
   EXPECT_TRUE(window_.canvas()->preview().empty()) << "closing the wizard clears the preview";
   EXPECT_EQ(window_.canvas()->photoMarkerCount(), 0);
+}
+
+}  // namespace
+}  // namespace pixtrail::gui
+
+namespace pixtrail::gui {
+namespace {
+
+TEST(GeotagRun, CancelStopsBetweenBatchesAndLeavesOnlyWholePhotos) {
+  test::TempDir temp;
+  const std::filesystem::path photos = temp / "many";
+  std::filesystem::create_directories(photos);
+  for (int copy = 0; copy < 100; ++copy)
+    for (const char* name : {"fountain", "palace", "pond", "rose-garden"})
+      std::filesystem::copy_file(test::samplesDir() / (std::string(name) + ".jpg"),
+                                 photos / (std::string(name) + "-" + std::to_string(copy) + ".jpg"));
+  TAForm_MultiGPS window;
+  window.openFiles({QString::fromStdString((test::samplesDir() / "retiro-walk.trk").string()),
+                    QString::fromStdString(photos.string())});
+  GeotagOptions options;
+  options.offsetSeconds = -3600.0;
+  options.outDir = temp / "out";
+  // Press Cancel as soon as the progress dialog is up.
+  QTimer::singleShot(0, [&window] {
+    auto* progress = window.findChild<QProgressDialog*>("geotagProgress");
+    ASSERT_NE(progress, nullptr);
+    QPushButton* cancel = progress->findChild<QPushButton*>();
+    ASSERT_NE(cancel, nullptr);
+    cancel->click();
+  });
+  std::vector<GeotagPhotoResult> results;
+  std::string message;
+  EXPECT_FALSE(runGeotagJob(&window, window.document(), options, results, message));
+  EXPECT_NE(message.find("Cancelled"), std::string::npos) << message;
+  EXPECT_LT(results.size(), 400u);
+  std::size_t written = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(temp / "out")) {
+    ++written;
+    TFoto back;
+    std::string why;
+    EXPECT_TRUE(back.load(entry.path(), why)) << entry.path() << ": " << why;
+    EXPECT_TRUE(back.hasPosition) << entry.path();
+    EXPECT_EQ(entry.path().extension(), ".jpg") << "no temporary file is left behind";
+  }
+  EXPECT_EQ(written, results.size());
 }
 
 }  // namespace
