@@ -26,6 +26,7 @@
 #include "gui/GeotagRunner.hpp"
 #include "gui/MapCanvas.hpp"
 #include "gui/PhotoPropertiesDialog.hpp"
+#include "gui/ReceiverPanel.hpp"
 #include "gui/SettingsDialog.hpp"
 #include "gui/TForm_wizard_fotos.hpp"
 #include "gui/TFrame_Lista_Fotos.hpp"
@@ -109,6 +110,14 @@ void TAForm_MultiGPS::buildDocks() {
   trackDock->setObjectName("trackDock");
   trackDock->setWidget(trackPanel_);
   addDockWidget(Qt::BottomDockWidgetArea, trackDock);
+
+  receiverPanel_ = new ReceiverPanel(this);
+  auto* receiverDock = new QDockWidget(tr("Receiver"), this);
+  receiverDock->setObjectName("receiverDock");
+  receiverDock->setWidget(receiverPanel_);
+  addDockWidget(Qt::BottomDockWidgetArea, receiverDock);
+  tabifyDockWidget(trackDock, receiverDock);
+  trackDock->raise();
 
   auto* photoBox = new QWidget(this);
   auto* photoLayout = new QVBoxLayout(photoBox);

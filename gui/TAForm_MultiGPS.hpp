@@ -27,6 +27,7 @@ class MapCanvas;
 class ThumbnailCache;
 class TileLayer;
 class TrackPanel;
+class ReceiverPanel;
 class TFrame_Lista_Fotos;
 class TFrame_Opciones_Fotos;
 class TForm_wizard_fotos;
@@ -51,6 +52,7 @@ class TAForm_MultiGPS : public QMainWindow {
   MapCanvas* canvas() const { return canvas_; }
   QTreeWidget* tree() const { return tree_; }
   TrackPanel* trackPanel() const { return trackPanel_; }
+  ReceiverPanel* receiverPanel() const { return receiverPanel_; }
   TFrame_Lista_Fotos* photoList() const { return photoList_; }
   TFrame_Opciones_Fotos* photoOptions() const { return photoOptions_; }
   TileLayer* tiles() const { return tiles_; }
@@ -97,6 +99,7 @@ class TAForm_MultiGPS : public QMainWindow {
   MapCanvas* canvas_ = nullptr;
   QTreeWidget* tree_ = nullptr;
   TrackPanel* trackPanel_ = nullptr;
+  ReceiverPanel* receiverPanel_ = nullptr;
   TFrame_Lista_Fotos* photoList_ = nullptr;
   TFrame_Opciones_Fotos* photoOptions_ = nullptr;
   TileLayer* tiles_ = nullptr;
