@@ -1,6 +1,6 @@
 #include "gui/ReceiverPanel.hpp"
 
-#include <QFormLayout>
+#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -39,11 +39,20 @@ ReceiverPanel::ReceiverPanel(QWidget* parent)
   line->addWidget(new QLabel(tr("Port"), this));
   line->addWidget(portEdit_, 1);
   line->addWidget(connectButton_);
-  auto* form = new QFormLayout;
+  // Three readings to a line keep the panel as low as the track panel it shares the dock with.
+  auto* form = new QGridLayout;
+  constexpr int kPerLine = 3;
+  int i = 0;
   for (const char* name : kRows) {
     auto* label = new QLabel("-", this);
-    form->addRow(tr(name), label);
+    label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    auto* caption = new QLabel(tr(name), this);
+    caption->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    form->addWidget(caption, i / kPerLine, 2 * (i % kPerLine));
+    form->addWidget(label, i / kPerLine, 2 * (i % kPerLine) + 1);
+    form->setColumnStretch(2 * (i % kPerLine) + 1, 1);
     rows_.emplace_back(name, label);
+    ++i;
   }
   auto* layout = new QVBoxLayout(this);
   layout->addLayout(line);

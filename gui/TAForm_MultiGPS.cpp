@@ -135,7 +135,7 @@ void TAForm_MultiGPS::buildDocks() {
     canvas_->setSelectedPhoto(photo);
   });
   connect(photoList_, &TFrame_Lista_Fotos::photoActivated, this, &TAForm_MultiGPS::showPhotoProperties);
-  resizeDocks({treeDock, photoDock}, {240, 380}, Qt::Horizontal);
+  resizeDocks({treeDock, photoDock}, {230, 430}, Qt::Horizontal);
   resizeDocks({trackDock}, {190}, Qt::Vertical);
 }
 
@@ -437,6 +437,8 @@ TForm_wizard_fotos* TAForm_MultiGPS::startGeotagWizard() {
     const GeotagSummary s = summarise(results);
     QString text = tr("%1 photos placed, %2 without time, %3 not covered by the track, %4 failed.")
                        .arg(s.tagged).arg(s.noTime).arg(s.notCovered).arg(s.failed);
+    if (!options.markTrackFile.empty())
+      text += "\n" + tr("The track now holds a point for each photo placed; File > Save keeps it.");
     if (!message.empty()) text += "\n" + QString::fromLatin1(message.c_str());
     for (const GeotagPhotoResult& r : results)
       if (r.status == GeotagStatus::Error)

@@ -138,7 +138,7 @@ void TFrame_Lista_Fotos::setThumbnailPercent(int percent) {
   const int edge = ThumbnailCache::kMaxEdgePx * percent / 100;
   model_->setThumbnailEdge(edge);
   view_->setIconSize(QSize(edge, edge * 3 / 4));
-  view_->setColumnWidth(PhotoListModel::kName, edge + 150);
+  view_->setColumnWidth(PhotoListModel::kName, edge + 120);
 }
 
 void TFrame_Lista_Fotos::selectPhoto(const TFoto* photo) {

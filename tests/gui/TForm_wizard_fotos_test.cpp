@@ -35,6 +35,11 @@ std::map<std::string, std::string> folderBytes(const fs::path& folder) {
   return out;
 }
 
+void expectLikeStored(const QImage& shot, const QString& name) {
+  QString why;
+  EXPECT_TRUE(test::looksLikeStored(shot, name, why)) << name.toStdString() << ": " << why.toStdString();
+}
+
 class Workflow : public testing::Test {
  protected:
   void SetUp() override {
@@ -66,14 +71,14 @@ class Workflow : public testing::Test {
 TEST_F(Workflow, ManualOffsetWritesWhatTheCommandLineWrites) {
   TForm_wizard_fotos* wizard = openWizard();
   ASSERT_NE(wizard, nullptr);
-  test::screenshot(wizard, "wizard-1-welcome");
+  expectLikeStored(test::screenshot(wizard, "wizard-1-welcome"), "wizard-1-welcome");
   next(wizard);
   ASSERT_EQ(wizard->currentId(), TForm_wizard_fotos::kWhatPage);
-  test::screenshot(wizard, "wizard-2-what");
+  expectLikeStored(test::screenshot(wizard, "wizard-2-what"), "wizard-2-what");
   next(wizard);
   ASSERT_EQ(wizard->currentId(), TForm_wizard_fotos::kSyncPage);
   wizard->findChild<QRadioButton*>("manualOffset")->setChecked(true);
-  test::screenshot(wizard, "wizard-3-sync");
+  expectLikeStored(test::screenshot(wizard, "wizard-3-sync"), "wizard-3-sync");
   EXPECT_TRUE(wizard->button(QWizard::NextButton)->isEnabled());
   EXPECT_FALSE(wizard->button(QWizard::FinishButton)->isEnabled());
   next(wizard);
@@ -87,7 +92,7 @@ TEST_F(Workflow, ManualOffsetWritesWhatTheCommandLineWrites) {
   double seconds = 0.0;
   ASSERT_TRUE(wizard->offsetSeconds(seconds));
   EXPECT_EQ(seconds, -3600.0);
-  test::screenshot(wizard, "wizard-4-offset");
+  expectLikeStored(test::screenshot(wizard, "wizard-4-offset"), "wizard-4-offset");
   EXPECT_TRUE(folderBytes(temp_ / "out").empty()) << "nothing is written before Finish";
 
   wizard->button(QWizard::FinishButton)->click();
@@ -109,6 +114,26 @@ TEST_F(Workflow, ManualOffsetWritesWhatTheCommandLineWrites) {
   EXPECT_EQ(folderBytes(photos_), before_) << "the originals are never touched when copies are asked for";
   // The document now shows the written photos where they were placed.
   EXPECT_EQ(window_.canvas()->photoMarkerCount(), static_cast<int>(fromCli.size()));
+}
+
+TEST_F(Workflow, MarkingTheTrackAloneWritesNoPhoto) {
+  TForm_wizard_fotos* wizard = openWizard();
+  ASSERT_NE(wizard, nullptr);
+  const std::size_t points = window_.document().tracks[0].pointCount();
+  next(wizard);
+  wizard->findChild<QCheckBox*>("track")->setChecked(true);
+  wizard->findChild<QCheckBox*>("foto")->setChecked(false);
+  next(wizard);
+  wizard->findChild<QRadioButton*>("manualOffset")->setChecked(true);
+  next(wizard);
+  wizard->findChild<QLineEdit*>("offset")->setText("01:00:00");
+  wizard->button(QWizard::FinishButton)->click();
+  QCoreApplication::processEvents();
+  // Four of the six sample photos fall inside the walk; each becomes a point of the track.
+  EXPECT_EQ(window_.document().tracks[0].pointCount(), points + 4);
+  EXPECT_FALSE(fs::exists(temp_ / "out"));
+  EXPECT_EQ(folderBytes(photos_), before_);
+  EXPECT_EQ(window_.canvas()->photoMarkerCount(), 0) << "the photos were not given positions";
 }
 
 TEST_F(Workflow, CancelOnAnyPageWritesNothing) {
@@ -205,19 +230,22 @@ TEST(GeotagRun, CancelStopsBetweenBatchesAndLeavesOnlyWholePhotos) {
   GeotagOptions options;
   options.offsetSeconds = -3600.0;
   options.outDir = temp / "out";
-  // Press Cancel as soon as the progress dialog is up.
-  QTimer::singleShot(0, [&window] {
+  // Press Cancel once the first photos are done.
+  QTimer watcher;
+  QObject::connect(&watcher, &QTimer::timeout, [&window, &watcher] {
     auto* progress = window.findChild<QProgressDialog*>("geotagProgress");
-    ASSERT_NE(progress, nullptr);
-    QPushButton* cancel = progress->findChild<QPushButton*>();
-    ASSERT_NE(cancel, nullptr);
-    cancel->click();
+    if (progress == nullptr || progress->value() <= 0) return;
+    watcher.stop();
+    if (QPushButton* cancel = progress->findChild<QPushButton*>()) cancel->click();
   });
+  watcher.start(2);
   std::vector<GeotagPhotoResult> results;
   std::string message;
   EXPECT_FALSE(runGeotagJob(&window, window.document(), options, results, message));
   EXPECT_NE(message.find("Cancelled"), std::string::npos) << message;
+  EXPECT_GT(results.size(), 0u);
   EXPECT_LT(results.size(), 400u);
+  ASSERT_TRUE(std::filesystem::exists(temp / "out"));
   std::size_t written = 0;
   for (const auto& entry : std::filesystem::directory_iterator(temp / "out")) {
     ++written;
