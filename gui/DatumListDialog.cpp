@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "app/Configuration.hpp"
 #include "coords/TListaDatums.hpp"
 #include "core/text.hpp"
 #include "gui/gui_text.hpp"
@@ -131,11 +132,17 @@ bool DatumListDialog::deleteSelected(QString& message) {
     message = tr("Only datums you added can be deleted.");
     return false;
   }
+  // Loaded positions are held in the working datum; taking it away would silently move them.
+  if (row == datumTable().workingDatum()) {
+    message = tr("The working datum cannot be deleted; choose another one in the settings first.");
+    return false;
+  }
   std::string text;
   if (!datumTable().deleteDatum(row, text)) {
     message = fromLibrary(text);
     return false;
   }
+  configuration().workingDatum.set(datumTable().workingDatum());  // later rows moved up one
   fill();
   return true;
 }
