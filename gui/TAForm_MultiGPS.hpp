@@ -61,6 +61,8 @@ class TAForm_MultiGPS : public QMainWindow {
   const QString& lastMessage() const { return lastMessage_; }
   QString statusText() const;  // datum, format and position, as the status bar shows them
   QStringList recentFiles() const;
+  // Tracks changed in memory (marked with photos) and not saved since.
+  int unsavedCount() const { return static_cast<int>(unsaved_.size()); }
 
   // The wizard, created for the current document; null when there is nothing to geotag.
   TForm_wizard_fotos* startGeotagWizard();
@@ -112,6 +114,7 @@ class TAForm_MultiGPS : public QMainWindow {
   QAction* tilesAction_ = nullptr;
   std::unique_ptr<TProyeccion> projection_;
   QSet<const void*> hidden_;
+  QSet<const void*> unsaved_;  // tracks marked with photos and not saved since
   QString lastMessage_;
   bool fillingTree_ = false;
 };

@@ -13,6 +13,7 @@
 #include <QProgressDialog>
 #include <QPushButton>
 #include <QTest>
+#include <QTreeWidget>
 #include <QTimer>
 
 #include "gui/GeotagRunner.hpp"
@@ -134,6 +135,11 @@ TEST_F(Workflow, MarkingTheTrackAloneWritesNoPhoto) {
   EXPECT_FALSE(fs::exists(temp_ / "out"));
   EXPECT_EQ(folderBytes(photos_), before_);
   EXPECT_EQ(window_.canvas()->photoMarkerCount(), 0) << "the photos were not given positions";
+  // The marks live in memory until the track is saved.
+  EXPECT_EQ(window_.unsavedCount(), 1);
+  window_.tree()->setCurrentItem(window_.tree()->topLevelItem(0)->child(0));
+  ASSERT_TRUE(window_.saveSelected(QString::fromStdString((temp_ / "marked.trk").string())));
+  EXPECT_EQ(window_.unsavedCount(), 0);
 }
 
 TEST_F(Workflow, CancelOnAnyPageWritesNothing) {
