@@ -117,6 +117,30 @@ TEST_F(Workflow, ManualOffsetWritesWhatTheCommandLineWrites) {
   EXPECT_EQ(window_.canvas()->photoMarkerCount(), static_cast<int>(fromCli.size()));
 }
 
+TEST_F(Workflow, InPlaceRewritesTheOriginalsAsTheCommandLineDoes) {
+  const fs::path twin = temp_ / "twin";
+  test::copySamplePhotos(twin);
+  TForm_wizard_fotos* wizard = openWizard();
+  ASSERT_NE(wizard, nullptr);
+  next(wizard);
+  wizard->findChild<QRadioButton*>("inPlace")->setChecked(true);
+  next(wizard);
+  wizard->findChild<QRadioButton*>("manualOffset")->setChecked(true);
+  next(wizard);
+  wizard->findChild<QLineEdit*>("offset")->setText("01:00:00");
+  wizard->button(QWizard::FinishButton)->click();
+  QCoreApplication::processEvents();
+  const test::CommandOutput cli = test::runPixtrail(
+      "--config " + test::shellQuote((temp_ / "gps.ini").string()) + " geotag --track " +
+      test::shellQuote((test::samplesDir() / "retiro-walk.trk").string()) + " --offset -01:00:00 --in-place " +
+      test::shellQuote(twin.string()));
+  ASSERT_LE(cli.status, 1) << cli.err;
+  const auto mine = folderBytes(photos_), theirs = folderBytes(twin);
+  EXPECT_NE(mine, before_) << "the originals were rewritten";
+  EXPECT_EQ(mine, theirs);
+  EXPECT_FALSE(fs::exists(temp_ / "out"));
+}
+
 TEST_F(Workflow, MarkingTheTrackAloneWritesNoPhoto) {
   TForm_wizard_fotos* wizard = openWizard();
   ASSERT_NE(wizard, nullptr);
