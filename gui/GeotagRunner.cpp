@@ -39,6 +39,7 @@ bool runGeotagJob(QWidget* parent, Document& document, const GeotagOptions& opti
 
   std::atomic<std::size_t> done{0};
   bool started = true;
+  bool refused = false;
   std::string jobMessage;
   QEventLoop loop;
   // The document's tracks are only read by the window while the modal dialog is up; the worker
@@ -57,6 +58,11 @@ bool runGeotagJob(QWidget* parent, Document& document, const GeotagOptions& opti
         started = false;
         break;
       }
+      // A job that answers a batch of photos with no result at all has refused the clock offset.
+      if (part.empty()) {
+        refused = true;
+        break;
+      }
       results.insert(results.end(), part.begin(), part.end());
       done = end;
     }
@@ -73,9 +79,12 @@ bool runGeotagJob(QWidget* parent, Document& document, const GeotagOptions& opti
   ticker.stop();
   progress.setValue(static_cast<int>(photos.size()));
   if (!jobMessage.empty()) appendMessage(message, jobMessage);
+  if (refused)
+    appendMessage(message, "The photos do not fit the track with this camera clock offset, so no more were written. "
+                           "Check the offset: the map shows where the photos would land.");
   if (cancelled) appendMessage(message, "Cancelled: " + std::to_string(results.size()) + " of " +
                                             std::to_string(photos.size()) + " photos done");
-  return started && !cancelled;
+  return started && !cancelled && !refused;
 }
 
 void applyGeotagResults(Document& document, const std::vector<GeotagPhotoResult>& results) {
