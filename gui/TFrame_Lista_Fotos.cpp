@@ -132,6 +132,7 @@ TFrame_Lista_Fotos::TFrame_Lista_Fotos(ThumbnailCache* thumbnails, QWidget* pare
 void TFrame_Lista_Fotos::setPhotos(std::vector<TFoto*> photos) {
   model_->setPhotos(std::move(photos));
   view_->resizeColumnToContents(PhotoListModel::kTime);
+  view_->resizeColumnToContents(PhotoListModel::kPosition);
 }
 
 void TFrame_Lista_Fotos::setThumbnailPercent(int percent) {
