@@ -152,7 +152,6 @@ class Configuration {
   IntSetting fileCoordinateMode{*this, "Coordenadas", "Modo_Coordenadas_Ficheros", 0};
   TextSetting fileDatum{*this, "Coordenadas", "Datum_Ficheros", "WGS 84"};
   // -- Desktop program
-  IntSetting angleFormat{*this, "Coordenadas", "Formato_Coordenadas", 1};     // AngleFormat
   TextSetting displayProjection{*this, "Coordenadas", "Proyeccion_Pantalla", ""};  // short name; empty: none
   BoolSetting mapTiles{*this, "Internet", "Mapa_Teselas", true};
   TextSetting tileUrl{*this, "Internet", "Url_Teselas", "https://tile.openstreetmap.org/{z}/{x}/{y}.png"};
