@@ -125,6 +125,11 @@ TEST_F(Attack, PlantedTemporaryNamesAndLinksAreLeftAlone) {
                              shellQuote((dir / "copy.gpx").string())).status, 0);
   EXPECT_EQ(test::readFileBytes(dir / "victim"), "not a photo");
   EXPECT_TRUE(isTagged(photo("a.jpg")));
+  // The longest name a file can have leaves no room for a suffix: the temporary is named apart.
+  const fs::path longest = photo(std::string(251, 'n') + ".jpg");
+  test::writeFileBytes(longest, original);
+  EXPECT_EQ(test::runCommand(geotag("--in-place " + shellQuote(longest.string()))).status, 0);
+  EXPECT_TRUE(isTagged(longest));
   EXPECT_TRUE(isTagged(dir / "out" / "a.jpg"));
   EXPECT_TRUE(fs::is_symlink(photo("a.jpg.tmp")));
   EXPECT_EQ(test::readFileBytes(dir / "copy.gpx.tmp"), "the user's own file");
