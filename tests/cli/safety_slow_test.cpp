@@ -77,22 +77,24 @@ TEST_F(Attack, TwoInPlaceRunsWithOneKilledNeverDamageAPhoto) {
   const auto reset = [&] {
     for (int i = 0; i < kPhotos; ++i) test::writeFileBytes(photo("p" + std::to_string(i) + ".jpg"), original);
   };
-  // The kills land at fractions of a whole run measured here, so that a fast or a loaded machine
-  // still interrupts runs half way.
+  // The kills land at fractions of the last whole run, measured as the trials go, so that a fast
+  // or a loaded machine still interrupts runs half way.
   reset();
-  const auto start = std::chrono::steady_clock::now();
+  auto start = std::chrono::steady_clock::now();
   test::runCommand(geotag("--in-place " + folder));
-  const double wholeRunS = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  double wholeRunS = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   const std::string killedStatus = shellQuote((dir / "killed-status").string());
   int survivorsClean = 0, killed = 0;
   for (int trial = 0; trial < kTrials; ++trial) {
     reset();
     char delay[32];
-    std::snprintf(delay, sizeof delay, "%.3f", wholeRunS * (0.1 + 0.07 * trial));
+    std::snprintf(delay, sizeof delay, "%.3f", wholeRunS * (0.05 + 0.05 * trial));
     const std::string both = "(timeout -s KILL " + std::string(delay) + " " + geotag("--in-place " + folder) +
                              " >/dev/null 2>&1; echo $? >" + killedStatus + ") & " + geotag("--in-place " + folder) +
                              " >/dev/null; echo $?; wait";
+    start = std::chrono::steady_clock::now();
     const test::CommandOutput run = test::runCommand(both);
+    wholeRunS = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     if (run.out.starts_with("0")) ++survivorsClean;
     if (test::readFileBytes(dir / "killed-status").starts_with("137")) ++killed;
     for (int i = 0; i < kPhotos; ++i) {
