@@ -45,6 +45,12 @@ bool collectPhotos(const std::vector<std::filesystem::path>& inputs, TCjtoFotos&
         appendMessage(message, input.string() + ": " + folderMessage);
         continue;
       }
+      // A folder read while another program replaces files in it may list one photo twice.
+      std::set<std::filesystem::path> seen;
+      for (std::size_t i = 0; i < group->photos.size();) {
+        if (seen.insert(group->photos[i].fileName).second) ++i;
+        else group->photos.erase(i);
+      }
       any = true;  // unreadable photos stay in the group and are reported one by one
       continue;
     }

@@ -98,9 +98,9 @@ class Reader {
     return false;
   }
 
-  bool readMore() {
+  bool readMore(std::size_t count = 0) {
     if (eof_) return false;
-    const std::size_t got = buf_.append(file_, options_.readChunkBytes);
+    const std::size_t got = buf_.append(file_, std::max(count, options_.readChunkBytes));
     if (got == 0) eof_ = true;
     return got > 0;
   }
@@ -343,7 +343,8 @@ class Reader {
       if (tooDeep) return fail("elements nested too deeply");
       if (cursor > start) break;
       if (buf_.size() - start > limits::kMaxXmlElementBytes) return fail("<" + name + "> too large");
-      if (hitContainer || !readMore()) return fail("unterminated <" + name + ">");
+      // Reading as much again as is pending keeps the rescans of a large element linear in total.
+      if (hitContainer || !readMore(buf_.size() - start)) return fail("unterminated <" + name + ">");
     }
     pugi::xml_parse_result result = doc_.load_buffer_inplace(
         buf_.data() + start, cursor - start, pugi::parse_escapes | pugi::parse_fragment, encoding_);

@@ -77,22 +77,24 @@ TEST_F(Attack, TwoInPlaceRunsWithOneKilledNeverDamageAPhoto) {
   const auto reset = [&] {
     for (int i = 0; i < kPhotos; ++i) test::writeFileBytes(photo("p" + std::to_string(i) + ".jpg"), original);
   };
-  // The kills land at fractions of a whole run measured here, so that a fast or a loaded machine
-  // still interrupts runs half way.
+  // The kills land at fractions of the last whole run, measured as the trials go, so that a fast
+  // or a loaded machine still interrupts runs half way.
   reset();
-  const auto start = std::chrono::steady_clock::now();
+  auto start = std::chrono::steady_clock::now();
   test::runCommand(geotag("--in-place " + folder));
-  const double wholeRunS = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  double wholeRunS = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   const std::string killedStatus = shellQuote((dir / "killed-status").string());
   int survivorsClean = 0, killed = 0;
   for (int trial = 0; trial < kTrials; ++trial) {
     reset();
     char delay[32];
-    std::snprintf(delay, sizeof delay, "%.3f", wholeRunS * (0.1 + 0.07 * trial));
+    std::snprintf(delay, sizeof delay, "%.3f", wholeRunS * (0.05 + 0.05 * trial));
     const std::string both = "(timeout -s KILL " + std::string(delay) + " " + geotag("--in-place " + folder) +
                              " >/dev/null 2>&1; echo $? >" + killedStatus + ") & " + geotag("--in-place " + folder) +
                              " >/dev/null; echo $?; wait";
+    start = std::chrono::steady_clock::now();
     const test::CommandOutput run = test::runCommand(both);
+    wholeRunS = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     if (run.out.starts_with("0")) ++survivorsClean;
     if (test::readFileBytes(dir / "killed-status").starts_with("137")) ++killed;
     for (int i = 0; i < kPhotos; ++i) {
@@ -125,6 +127,11 @@ TEST_F(Attack, PlantedTemporaryNamesAndLinksAreLeftAlone) {
                              shellQuote((dir / "copy.gpx").string())).status, 0);
   EXPECT_EQ(test::readFileBytes(dir / "victim"), "not a photo");
   EXPECT_TRUE(isTagged(photo("a.jpg")));
+  // The longest name a file can have leaves no room for a suffix: the temporary is named apart.
+  const fs::path longest = photo(std::string(251, 'n') + ".jpg");
+  test::writeFileBytes(longest, original);
+  EXPECT_EQ(test::runCommand(geotag("--in-place " + shellQuote(longest.string()))).status, 0);
+  EXPECT_TRUE(isTagged(longest));
   EXPECT_TRUE(isTagged(dir / "out" / "a.jpg"));
   EXPECT_TRUE(fs::is_symlink(photo("a.jpg.tmp")));
   EXPECT_EQ(test::readFileBytes(dir / "copy.gpx.tmp"), "the user's own file");
