@@ -3,7 +3,7 @@
 # log of 2,000 points and 500 waypoints downloaded, and the same waypoints uploaded, each timed
 # five times (median, wall clock). The line is a pseudo-terminal, so the figures are the two
 # programs' own work per sentence, not the time a real line at 9600 baud would add (about
-# 70 sentences a second there, whatever the host).
+# 15 track sentences a second there, whatever the host).
 # Usage: bench/magellan_transfer_bench.sh [BUILD_DIR]
 set -euo pipefail
 build=${1:-build}
