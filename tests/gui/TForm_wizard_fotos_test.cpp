@@ -154,8 +154,10 @@ TEST_F(Workflow, MarkingTheTrackAloneWritesNoPhoto) {
   wizard->findChild<QLineEdit*>("offset")->setText("01:00:00");
   wizard->button(QWizard::FinishButton)->click();
   QCoreApplication::processEvents();
-  // Four of the six sample photos fall inside the walk; each becomes a point of the track.
-  EXPECT_EQ(window_.document().tracks[0].pointCount(), points + 4);
+  // Four of the six sample photos fall inside the walk; each becomes a mark beside the track,
+  // whose own points stay as they were.
+  EXPECT_EQ(window_.document().tracks[0].pointCount(), points);
+  EXPECT_EQ(window_.document().tracks[0].marks.size(), 4u);
   EXPECT_FALSE(fs::exists(temp_ / "out"));
   EXPECT_EQ(folderBytes(photos_), before_);
   EXPECT_EQ(window_.canvas()->photoMarkerCount(), 0) << "the photos were not given positions";
