@@ -424,8 +424,11 @@ void GarminUnitSim::serveSerial(int fd, const std::atomic<bool>& stop) {
       sendFrame(TPaqueteDatosGarmin(kNak, u16Data(in.id)));
       return;
     }
+    // The packet takes effect before its ACK leaves, as on a unit: a host that saw the ACK of
+    // "stop PVT" finds the fixes stopped.
+    const auto answers = handle(in);
     sendFrame(TPaqueteDatosGarmin(kAck, u16Data(in.id)));
-    for (const auto& answer : handle(in)) {
+    for (const auto& answer : answers) {
       bool acked = false;
       for (int attempt = 0; attempt < 3 && !acked && !stop; ++attempt) acked = sendFrame(answer) && waitAck(answer.id);
       if (!acked) return;  // the host went away: drop the rest of the transfer

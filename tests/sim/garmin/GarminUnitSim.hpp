@@ -83,7 +83,7 @@ class GarminUnitSim {
   void takeUpload(const TPaqueteDatosGarmin& in);
 
   SimProfile profile_;
-  bool pvtRunning_ = false;
+  std::atomic<bool> pvtRunning_ = false;  // read by the tests' thread
   std::uint32_t pvtSequence_ = 0;
   // Upload in progress.
   bool uploading_ = false;
