@@ -141,7 +141,6 @@ class Configuration {
   BoolSetting waypointLabelBox{*this, "Balizas", "Etiqueta_Recuadro", WaypointDefaults{}.displayFlag1 != 0};
   IntSetting workingDatum{*this, "Coordenadas", "Datum_Trabajo", 0};
   // -- Coordinate texts
-  IntSetting angleFormat{*this, "Coordenadas", "Formato_Coordenadas", CoordinateTextSettings{}.angleFormat};
   // Compatibility: grads from Paris with the longitude's own hemisphere letter (see coordinate_text.hpp).
   BoolSetting parisLetterFromLongitude{*this, "Coordenadas", "Letra_Paris_Por_Longitud",
                                        CoordinateTextSettings{}.parisLetterFromLongitude};
@@ -151,6 +150,15 @@ class Configuration {
   RealSetting maxGapSeconds{*this, "Tracks", "Max_Hueco_Segundos", TrackSettings{}.maxGapSeconds};
   IntSetting fileCoordinateMode{*this, "Coordenadas", "Modo_Coordenadas_Ficheros", 0};
   TextSetting fileDatum{*this, "Coordenadas", "Datum_Ficheros", "WGS 84"};
+  // -- Desktop program
+  IntSetting angleFormat{*this, "Coordenadas", "Formato_Coordenadas", 1};     // AngleFormat
+  TextSetting displayProjection{*this, "Coordenadas", "Proyeccion_Pantalla", ""};  // short name; empty: none
+  BoolSetting mapTiles{*this, "Internet", "Mapa_Teselas", true};
+  TextSetting tileUrl{*this, "Internet", "Url_Teselas", "https://tile.openstreetmap.org/{z}/{x}/{y}.png"};
+  TextSetting tileAttribution{*this, "Internet", "Atribucion_Teselas", "\xA9 OpenStreetMap contributors"};
+  TextSetting recentFiles{*this, "AutoOpen", "Ficheros_Recientes", ""};  // "|"-separated, newest first
+  // -- Photos: write GPS entries with the described quirks byte for byte (off: the safe writer)
+  BoolSetting exifExactQuirks{*this, "Fotos", "Exif_Exact_Quirks", false};
 };
 
 // The one configuration object of the program.

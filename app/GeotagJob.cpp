@@ -4,6 +4,7 @@
 #include <array>
 #include <atomic>
 #include <cmath>
+#include <cstdio>
 #include <mutex>
 #include <thread>
 
@@ -25,6 +26,8 @@ constexpr std::array<StatusName, 4> kStatusNames = {{{GeotagStatus::Tagged, "tag
                                                       {GeotagStatus::NoTime, "no-time"},
                                                       {GeotagStatus::NotCovered, "not-covered"},
                                                       {GeotagStatus::Error, "error"}}};
+
+}  // namespace
 
 // The photos named on the command line: a folder gives its photos, a file is a group of its own.
 bool collectPhotos(const std::vector<std::filesystem::path>& inputs, TCjtoFotos& photos, std::string& message) {
@@ -48,6 +51,7 @@ bool collectPhotos(const std::vector<std::filesystem::path>& inputs, TCjtoFotos&
     auto group = std::make_unique<TFotos>();
     group->folder = input.parent_path();
     auto photo = std::make_unique<TFoto>();
+    photo->exif.setGpsQuirks(photos.gpsQuirks);
     std::string ignored;  // kept in the photo's own load message
     photo->load(input, ignored);
     group->photos.add(std::move(photo));
@@ -57,6 +61,8 @@ bool collectPhotos(const std::vector<std::filesystem::path>& inputs, TCjtoFotos&
   if (!any) appendMessage(message, "No photos to geotag");
   return any;
 }
+
+namespace {
 
 // The GPS entries as the rebuilt file holds them, read back from the bytes that would be written.
 std::string plannedEntries(const std::string& jpeg) {
@@ -86,6 +92,7 @@ bool preparePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult&
   photo.position = wgs84;
   photo.datum = kDatumWgs84;
   TJpegExif preview;  // the encoding alone, without touching the photo's own entries
+  preview.setGpsQuirks(photo.exif.gpsQuirks());
   preview.SetGpsWgs84(wgs84);
   ExifGpsPosition written;
   if (preview.ReadGps(written, message)) {
@@ -100,6 +107,9 @@ bool preparePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult&
 // The file work of one photo; photos are independent, so several run at once.
 void writePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& result) {
   std::string& message = result.message;
+  if (options.writeError && result.hasConfidence)
+    photo.exif.SetTag(kGpsIfd, kGpsHPositioningError, kTypeRational, 1,
+                      positioningErrorRational(result.confidence.errorM));
   if (options.dryRun) {
     std::string jpeg;
     photo.exif.SetGpsWgs84(photo.position);
@@ -109,9 +119,16 @@ void writePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& r
     }
     result.planned = plannedEntries(jpeg);
     result.status = GeotagStatus::Tagged;
-    return;
+  } else {
+    result.status = photo.Save(result.written, message) ? GeotagStatus::Tagged : GeotagStatus::Error;
   }
-  result.status = photo.Save(result.written, message) ? GeotagStatus::Tagged : GeotagStatus::Error;
+  if (result.status != GeotagStatus::Tagged) return;
+  result.dropped = photo.exif.dropped();
+  if (!result.dropped.empty()) {  // never silently
+    std::string names;
+    for (const std::string& name : result.dropped) names += (names.empty() ? "" : ", ") + name;
+    appendMessage(message, "Left out of the photo: " + names);
+  }
 }
 
 // Each written photo waits for its own flush to disk; with several in flight the disk and the
@@ -160,10 +177,81 @@ bool parseClockOffset(std::string_view text, double& seconds) {
   return true;
 }
 
+PhotoClocks photoClocks(const TCjtoFotos& photos, const TimeZone& zone) {
+  PhotoClocks out;
+  for (const TFotos& group : photos.groups) {
+    for (const TFoto& photo : group.photos) {
+      DateTimeValue clock = 0.0;
+      if (!photo.readable || !photo.hasTime || !photo.time.toValue(clock)) continue;
+      ClockSample sample;
+      sample.name = photo.name();
+      double ownOffsetS = 0.0;
+      if (zone.isSet() && readPhotoUtcOffset(photo.exif, ownOffsetS)) {
+        sample.clock = clock - ownOffsetS / kSecondsPerDay;
+        ++out.ownUtcOffsets;
+      } else {
+        sample.clock = zone.toUtc(clock);
+      }
+      sample.hasPosition = photo.hasPosition;
+      sample.position = photo.position;
+      out.samples.push_back(std::move(sample));
+      out.photos.push_back(&photo);
+    }
+  }
+  return out;
+}
+
+std::vector<TrackTimeScale> trackTimeScales(const VectorP<TVolGPS>& tracks) {
+  std::vector<TrackTimeScale> scales;
+  for (const TVolGPS& track : tracks) scales.push_back(trackTimeScaleOf(extensionOf(track.fileName)));
+  return scales;
+}
+
 bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
                       std::vector<GeotagPhotoResult>& results, std::string& message,
                       const GeotagProgress& progress) {
+  GeotagClockReport clock;
+  return geotagWithTracks(options, tracks, results, clock, message, progress);
+}
+
+bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
+                      std::vector<GeotagPhotoResult>& results, GeotagClockReport& clock, std::string& message,
+                      const GeotagProgress& progress) {
   results.clear();
+  clock = {};
+  TimeZone zone;
+  if (!zone.set(options.timeZone, message)) return false;
+  clock.zone = zone.name();
+  TCjtoFotos photos;
+  photos.addCoordinates = true;
+  photos.markTrack = !options.markTrackFile.empty();
+  photos.gpsQuirks = options.exactQuirks ? GpsQuirks::Exact : GpsQuirks::Safe;
+  if (!collectPhotos(options.inputs, photos, message)) return false;
+  const TrackSettings& settings = options.trackFiles.track;
+
+  // The camera's clock: its zone, then the offset and drift given, found, or checked.
+  const PhotoClocks clocks = photoClocks(photos, zone);
+  clock.ownUtcOffsets = clocks.ownUtcOffsets;
+  const TrackTimeline timeline(tracks, trackTimeScales(tracks), zone, settings);
+  clock.applied = {options.offsetSeconds, options.driftSPerHour, earliestClock(clocks.samples)};
+  if (options.autoOffset) {
+    clock.estimate = estimateClockOffset(clocks.samples, {}, timeline, zone);
+    if (clock.estimate.found() && (!clock.estimate.suggestionOnly || options.force)) {
+      clock.applied = clock.estimate.correction;
+    } else if (!clocks.samples.empty()) {
+      clock.check.looksWrong = true;
+      clock.check.better = clock.estimate;
+      clock.check.message = clock.estimate.found()
+                                ? "the photos alone only suggest an offset; check it, then give it with --offset"
+                                : "no offset could be found: no photo holds a position and none fits the tracks";
+    }
+  } else if (!options.force) {
+    clock.check = checkOffset(clocks.samples, timeline, clock.applied);
+  }
+  if (clock.check.looksWrong && !options.force) {
+    clock.refused = true;
+    return true;
+  }
   if (!options.dryRun && !options.inPlace) {
     std::error_code ec;
     std::filesystem::create_directories(options.outDir, ec);
@@ -172,50 +260,61 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
       return false;
     }
   }
-  TCjtoFotos photos;
-  photos.clockOffsetDays = options.offsetSeconds / kSecondsPerDay;
-  photos.addCoordinates = true;
-  photos.markTrack = !options.markTrackFile.empty();
-  if (!collectPhotos(options.inputs, photos, message)) return false;
-  const TrackSettings& settings = options.trackFiles.track;
 
   std::size_t total = 0, done = 0;
   for (const TFotos& group : photos.groups) total += group.photos.size();
   std::vector<bool> marked(tracks.size(), false);
   results.reserve(total);  // the writers hold pointers into it
   std::vector<std::pair<TFoto*, GeotagPhotoResult*>> toWrite;
+  std::size_t sample = 0;
   for (TFotos& group : photos.groups) {
     for (TFoto& photo : group.photos) {
       GeotagPhotoResult& result = results.emplace_back();
       result.file = photo.fileName;
       result.time = photo.time;
       result.hasTime = photo.hasTime;
+      const bool timed = sample < clocks.photos.size() && clocks.photos[sample] == &photo;
       if (!photo.readable) {
         result.status = GeotagStatus::Error;
         result.message = photo.loadMessage;
+      } else if (!timed) {
+        result.status = GeotagStatus::NoTime;
+        std::string why;
+        photo.exif.ReadDateTime(result.time, why);
+        result.message = why;
       } else {
-        Placement placement;
-        std::size_t t = 0;
-        // First track that covers the time wins; a photo without time needs no second try.
-        for (; t < tracks.size(); ++t) {
-          placement = photos.placePhoto(photo, tracks[t], settings);
-          if (placement.status != PlacementStatus::NotCovered) break;
-        }
-        if (placement.status == PlacementStatus::NoTime) {
-          result.status = GeotagStatus::NoTime;
-          std::string why;
-          photo.exif.ReadDateTime(result.time, why);
-          result.message = why;
-        } else if (placement.status == PlacementStatus::NotCovered) {
+        const ClockSample& s = clocks.samples[sample++];
+        const DateTimeValue lineTime = clock.applied.apply(s.clock);
+        DateTimeValue cameraTime = 0.0;
+        photo.time.toValue(cameraTime);
+        result.offsetS = (lineTime - cameraTime) * kSecondsPerDay;
+        TrackTimeline::Hit hit;
+        if (!timeline.locate(lineTime, hit)) {
           result.status = GeotagStatus::NotCovered;
         } else {
-          if (photos.markTrack) {
-            markPhotoOnTrack(tracks[t], photo, placement);
-            marked[t] = true;
-          }
-          if (preparePhoto(options, photo, result)) {
-            toWrite.emplace_back(&photo, &result);
-            continue;  // counted when written
+          result.confidence = assessTag(tracks[hit.track], hit.trackTime, hit.where);
+          result.hasConfidence = true;
+          const bool between = hit.where.status == PositionAtTime::Status::Interpolated && hit.where.fraction > 0.0 &&
+                               hit.where.fraction < 1.0;
+          if (options.maxJumpM > 0.0 && between && result.confidence.jumpM > options.maxJumpM) {
+            result.status = GeotagStatus::NotCovered;
+            char why[96];
+            std::snprintf(why, sizeof why, "The track jumps %.0f m between the points around this time",
+                          result.confidence.jumpM);
+            result.message = why;
+          } else {
+            const Placement placement{PlacementStatus::Placed, hit.trackTime, hit.where};
+            photo.position = hit.where.position;
+            photo.datum = kWorkingDatum;
+            photo.hasPosition = true;
+            if (photos.markTrack) {
+              markPhotoOnTrack(tracks[hit.track], photo, placement);
+              marked[hit.track] = true;
+            }
+            if (preparePhoto(options, photo, result)) {
+              toWrite.emplace_back(&photo, &result);
+              continue;  // counted when written
+            }
           }
         }
       }
@@ -256,11 +355,18 @@ std::filesystem::path markedTrackName(const std::filesystem::path& file, std::si
 
 bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, std::string& message,
                   const GeotagProgress& progress) {
-  std::vector<std::filesystem::path> ignored;
-  return geotagPhotos(options, results, ignored, message, progress);
+  GeotagClockReport clock;
+  std::vector<std::filesystem::path> markedTracks;
+  return geotagPhotos(options, results, clock, markedTracks, message, progress);
 }
 
-bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results,
+bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, GeotagClockReport& clock,
+                  std::string& message, const GeotagProgress& progress) {
+  std::vector<std::filesystem::path> markedTracks;
+  return geotagPhotos(options, results, clock, markedTracks, message, progress);
+}
+
+bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, GeotagClockReport& clock,
                   std::vector<std::filesystem::path>& markedTracks, std::string& message,
                   const GeotagProgress& progress) {
   markedTracks.clear();
@@ -271,8 +377,8 @@ bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& 
     if (!openTrack(file, *track, settings, message)) return false;
     tracks.add(std::move(track));
   }
-  if (!geotagWithTracks(options, tracks, results, message, progress)) return false;
-  if (options.markTrackFile.empty() || options.dryRun) return true;
+  if (!geotagWithTracks(options, tracks, results, clock, message, progress)) return false;
+  if (options.markTrackFile.empty() || options.dryRun || clock.refused) return true;
   for (std::size_t t = 0; t < tracks.size(); ++t) {
     if (!saveTrack(tracks[t], markedTrackName(options.markTrackFile, t), settings, message)) return false;
     markedTracks.emplace_back(tracks[t].fileName);

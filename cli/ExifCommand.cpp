@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "app/Configuration.hpp"
 #include "app/Startup.hpp"
 #include "coords/TListaDatums.hpp"
 #include "core/text.hpp"
@@ -62,6 +63,8 @@ void setupExif(CLI::App& parent, const GlobalOptions& global, CommandResult& res
   auto options = std::make_shared<ExifCommandOptions>();
   CLI::App* cmd = parent.add_subcommand("exif", "Show a photo's EXIF entries, capture time and stored position");
   cmd->add_flag("--json", options->json, "One JSON object per photo (an array for several)");
+  cmd->add_flag("--exact-quirks", options->exactQuirks,
+                "Find GPS entries by key across directories, as the described reader does");
   cmd->add_option("photos", options->files, "JPEG photos")->required();
   cmd->callback([options, &global, &result]() { result.status = runExif(*options, global); });
 }
@@ -74,6 +77,8 @@ int runExif(const ExifCommandOptions& options, const GlobalOptions& global) {
   for (const std::string& file : options.files) {
     PhotoReport report;
     report.file = file;
+    report.exif.setGpsQuirks(options.exactQuirks || configuration().exifExactQuirks.get() ? GpsQuirks::Exact
+                                                                                             : GpsQuirks::Safe);
     std::string readMessage;
     if (!report.exif.Read(file, readMessage)) {
       std::fprintf(stderr, "%s: %s\n", file.c_str(), readMessage.c_str());

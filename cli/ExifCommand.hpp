@@ -12,6 +12,7 @@ namespace pixtrail::cli {
 struct ExifCommandOptions {
   std::vector<std::string> files;
   bool json = false;
+  bool exactQuirks = false;
 };
 
 void setupExif(CLI::App& parent, const GlobalOptions& global, CommandResult& result);

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "app/GeotagJob.hpp"
+#include "app/Configuration.hpp"
 #include "app/Startup.hpp"
 #include "cli/TrackCommandSupport.hpp"
 
@@ -27,12 +28,20 @@ void drawProgress(std::size_t done, std::size_t total) {
 std::string timeText(const GeotagPhotoResult& r) { return r.hasTime ? formatIsoDateTime(r.time) : "-"; }
 
 void printTable(const std::vector<GeotagPhotoResult>& results, bool dryRun) {
-  std::printf("%-28s %-19s %-11s %14s %14s %10s\n", "photo", "time", "status", "lat", "lon", "alt");
+  std::printf("%-28s %-19s %-11s %14s %14s %10s %8s %8s\n", "photo", "time", "status", "lat", "lon", "alt", "error_m",
+              "fix_s");
   for (const GeotagPhotoResult& r : results) {
     const std::string name = r.file.filename().string();
     std::printf("%-28s %-19s %-11s", name.c_str(), timeText(r).c_str(),
                 std::string(geotagStatusName(r.status)).c_str());
-    if (r.status == GeotagStatus::Tagged) std::printf(" %14.9f %14.9f %10.4f", r.lat, r.lon, r.altM);
+    if (r.status == GeotagStatus::Tagged) {
+      std::printf(" %14.9f %14.9f %10.4f", r.lat, r.lon, r.altM);
+      // How sure: the error estimate and the seconds to the nearest fix; "end" when not interpolated.
+      if (r.hasConfidence)
+        std::printf(" %8.1f %8.0f%s", r.confidence.errorM, r.confidence.nearestS, r.confidence.atEnd ? " end" : "");
+    }
+    if (r.status != GeotagStatus::Tagged && !r.message.empty() && r.hasConfidence)
+      std::printf(" %s", r.message.c_str());
     std::printf("\n");
     if (dryRun && r.status == GeotagStatus::Tagged) {
       std::printf("    would write %s:\n", r.written.string().c_str());
@@ -59,10 +68,54 @@ void printJson(const std::vector<GeotagPhotoResult>& results, bool dryRun) {
     row["lon"] = tagged ? nlohmann::json(r.lon) : nlohmann::json();
     row["alt"] = tagged ? nlohmann::json(r.altM) : nlohmann::json();
     if (tagged) row["written"] = r.written.string();
+    if (r.hasTime) row["offset_s"] = r.offsetS;
+    if (r.hasConfidence) {
+      const TagConfidence& c = r.confidence;
+      row["gap_s"] = c.gapS;
+      row["jump_m"] = c.jumpM;
+      row["nearest_s"] = c.nearestS;
+      row["at_end"] = c.atEnd;
+      row["hdop"] = c.hdop > 0.0 ? nlohmann::json(c.hdop) : nlohmann::json();
+      row["sats"] = c.satellites > 0 ? nlohmann::json(c.satellites) : nlohmann::json();
+      row["error_m"] = c.errorM;
+    }
     if (dryRun && tagged) row["planned"] = r.planned;
+    if (tagged) row["dropped"] = r.dropped;
     out.push_back(row);
   }
   std::printf("%s\n", out.dump(2).c_str());
+}
+
+// Says what was done with the camera clock; true when the run was refused.
+bool reportClock(const GeotagClockReport& clock, const GeotagCommandOptions& options) {
+  if (clock.check.looksWrong) {
+    std::fprintf(stderr, "geotag: the camera clock offset looks wrong: %s\n", clock.check.message.c_str());
+    const OffsetEstimate& better = clock.check.better;
+    if (better.found()) {
+      std::string suggested = "--offset " + formatSignedClock(better.correction.offsetS);
+      if (better.correction.driftSPerHour != 0.0) {
+        char drift[48];
+        std::snprintf(drift, sizeof drift, " --drift %.3f", better.correction.driftSPerHour);
+        suggested += drift;
+      }
+      std::fprintf(stderr, "geotag: likely offset %s (from %s; `pixtrail offset` shows the evidence)\n",
+                   suggested.c_str(), std::string(offsetMethodName(better.method)).c_str());
+    }
+    if (clock.refused) {
+      std::fprintf(stderr, "geotag: nothing written; give the offset, or --force to write anyway\n");
+      if (options.json) std::printf("[]\n");
+      return true;
+    }
+  }
+  if (options.autoOffset && !options.json && clock.estimate.found())
+    std::printf("clock: offset %s, drift %+.3f s/h (%s, %zu photos, spread %.1f s)\n",
+                formatSignedClock(clock.applied.offsetS).c_str(), clock.applied.driftSPerHour,
+                std::string(offsetMethodName(clock.estimate.method)).c_str(), clock.estimate.photosUsed,
+                clock.estimate.spreadS);
+  if (clock.ownUtcOffsets > 0 && !options.json)
+    std::printf("clock: %zu photos carry their own UTC offset, used instead of %s\n", clock.ownUtcOffsets,
+                clock.zone.c_str());
+  return false;
 }
 
 }  // namespace
@@ -86,7 +139,23 @@ void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& r
       ->option_text("SECONDS")
       ->check(CLI::PositiveNumber);
   addLogDateOption(*cmd, options->logDate);
+  cmd->add_option("--timezone", options->timeZone,
+                  "The camera clock runs on local time of this zone (photos with their own UTC offset use it)")
+      ->option_text("ZONE|local");
+  CLI::Option* autoOffset =
+      cmd->add_flag("--auto-offset", options->autoOffset, "Find the clock offset and drift and use them");
+  cmd->add_option("--drift", options->driftSPerHour, "The camera clock gains this many seconds per hour")
+      ->option_text("SECONDS_PER_HOUR")
+      ->excludes(autoOffset);
+  cmd->get_option("--offset")->excludes(autoOffset);
+  cmd->add_option("--max-jump", options->maxJumpM, "Do not interpolate between track points further apart")
+      ->option_text("METRES")
+      ->check(CLI::PositiveNumber);
+  cmd->add_flag("--write-error", options->writeError, "Also write the estimated error (GPSHPositioningError)");
+  cmd->add_flag("--force", options->force, "Write even when the clock offset looks wrong");
   cmd->add_flag("--json", options->json, "One JSON array, one object per photo");
+  cmd->add_flag("--exact-quirks", options->exactQuirks,
+                "Write GPS entries with the described quirks byte for byte (also gps.ini [Fotos] Exif_Exact_Quirks)");
   cmd->add_option("photos", options->inputs, "Photos and folders of photos")->required();
   cmd->callback([options, &global, &result]() {
     if (options->outDir.empty() && !options->inPlace) {
@@ -113,6 +182,13 @@ int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global) 
   job.markTrackFile = options.markTrack;
   job.dryRun = options.dryRun;
   if (options.maxGapSeconds > 0) job.trackFiles.track.maxGapSeconds = options.maxGapSeconds;
+  job.timeZone = options.timeZone;
+  job.autoOffset = options.autoOffset;
+  job.driftSPerHour = options.driftSPerHour;
+  job.maxJumpM = options.maxJumpM;
+  job.writeError = options.writeError;
+  job.force = options.force;
+  job.exactQuirks = options.exactQuirks || configuration().exifExactQuirks.get();
 
   const bool bar = !options.json && ::isatty(STDERR_FILENO);
   GeotagProgress progress;
@@ -121,13 +197,15 @@ int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global) 
       if (total >= kProgressFromPhotos) drawProgress(done, total);
     };
   std::vector<GeotagPhotoResult> results;
+  GeotagClockReport clock;
   std::vector<std::filesystem::path> markedTracks;
   message.clear();
-  if (!geotagPhotos(job, results, markedTracks, message, progress)) {
+  if (!geotagPhotos(job, results, clock, markedTracks, message, progress)) {
     std::fprintf(stderr, "%s\n", message.c_str());
     return kExitUsage;
   }
   if (!message.empty()) std::fprintf(stderr, "%s\n", message.c_str());  // inputs passed over
+  if (reportClock(clock, options)) return kExitSomeFailed;
   if (options.json) printJson(results, options.dryRun);
   else printTable(results, options.dryRun);
   for (const GeotagPhotoResult& r : results)

@@ -20,6 +20,13 @@ struct GeotagCommandOptions {
   bool json = false;
   std::string logDate;          // YYYY-MM-DD for logs of times of day alone
   double maxGapSeconds = -1.0;  // negative: the configured maximum gap
+  std::string timeZone;        // IANA name or "local"
+  bool autoOffset = false;
+  double driftSPerHour = 0.0;
+  double maxJumpM = 0.0;       // 0: no limit
+  bool writeError = false;
+  bool force = false;
+  bool exactQuirks = false;
 };
 
 void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& result);

@@ -57,8 +57,10 @@ void appendInteger(std::string& out, long long value) {
   out.append(text, ec == std::errc() ? end : text);
 }
 
-void appendJsonLine(std::string& out, long long lineNumber, const TProtocoloNMEA& protocol, bool changed,
-                    const TDatosGPSActual& fix) {
+}  // namespace
+
+void appendNmeaJsonLine(std::string& out, long long lineNumber, const TProtocoloNMEA& protocol, bool changed,
+                        const TDatosGPSActual& fix) {
   out += "{\"line\":";
   appendInteger(out, lineNumber);
   out += ",\"type\":";
@@ -100,8 +102,8 @@ void appendJsonLine(std::string& out, long long lineNumber, const TProtocoloNMEA
   out += "}}\n";
 }
 
-void appendTextLine(std::string& out, long long lineNumber, const TProtocoloNMEA& protocol, bool changed,
-                    const TDatosGPSActual& fix) {
+void appendNmeaTextLine(std::string& out, long long lineNumber, const TProtocoloNMEA& protocol, bool changed,
+                        const TDatosGPSActual& fix) {
   if (!protocol.lastParsed()) return;  // the message went to stderr
   const TComandaNMEA_Rx& s = protocol.lastSentence();
   char text[256];
@@ -131,6 +133,8 @@ void appendTextLine(std::string& out, long long lineNumber, const TProtocoloNMEA
   out += '\n';
 }
 
+namespace {
+
 struct FileCloser {
   void operator()(std::FILE* f) const {
     if (f != nullptr && f != stdin) std::fclose(f);
@@ -144,16 +148,29 @@ bool blank(std::string_view line) { return trim(line).empty(); }
 void setupNmea(CLI::App& parent, const GlobalOptions& global, CommandResult& result) {
   auto options = std::make_shared<NmeaOptions>();
   CLI::App* cmd = parent.add_subcommand("nmea", "Decode an NMEA log line by line into the current fix");
-  cmd->add_option("input", options->input, "NMEA log, or - for standard input")->required()->option_text("FILE|-");
+  cmd->add_option("input", options->input, "NMEA log, or - for standard input")->option_text("FILE|-");
+  addNmeaLiveOptions(*cmd, options->live);
   cmd->add_flag("--json", options->json, "One JSON object per line");
   cmd->add_flag("--no-checksum", options->ignoreChecksum,
                 "Take sentences whose checksum fails or is missing (as Use_Checksum_NMEA=0 in gps.ini)");
   cmd->add_option("--prefer", options->preferredSentence,
                   "Preferred position sentence: GGA, RMC or GLL (default: gps.ini's Comanda_NMEA_MovingMap)")
       ->option_text("TYPE");
-  cmd->callback([options, &global, &result] {
+  cmd->callback([options, cmd, &global, &result] {
     options->configFile = global.configFile;
-    result.status = runNmea(*options);
+    options->live.gpsd = cmd->count("--gpsd") > 0;
+    options->live.global = global;
+    options->live.configFile = global.configFile;
+    options->live.json = options->json;
+    options->live.ignoreChecksum = options->ignoreChecksum;
+    options->live.preferredSentence = options->preferredSentence;
+    const bool live = options->live.hasSource();
+    if (live == !options->input.empty()) {
+      std::fprintf(stderr, "Give either a log FILE (or -) or one of --port, --mailslot, --gpsd\n");
+      result.status = kExitUsage;
+      return;
+    }
+    result.status = live ? runNmeaLive(options->live) : runNmea(*options);
   });
 }
 
@@ -190,8 +207,8 @@ int runNmea(const NmeaOptions& options) {
       std::fprintf(stderr, "line %lld: %s\n", lineNumber, protocol.lastError().message.c_str());
       status = kExitSomeFailed;
     }
-    if (options.json) appendJsonLine(out, lineNumber, protocol, changed, fix);
-    else appendTextLine(out, lineNumber, protocol, changed, fix);
+    if (options.json) appendNmeaJsonLine(out, lineNumber, protocol, changed, fix);
+    else appendNmeaTextLine(out, lineNumber, protocol, changed, fix);
     if (out.size() >= kFlushAt) {
       std::fwrite(out.data(), 1, out.size(), stdout);
       out.clear();

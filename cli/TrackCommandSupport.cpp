@@ -35,7 +35,7 @@ void addLogDateOption(CLI::App& command, std::string& logDate) {
 
 DataFileKind dataFileKind(const std::string& file) {
   const std::string ext = std::filesystem::path(file).extension().string();
-  if (equalsIgnoreCase(ext, ".WPT")) return DataFileKind::Waypoints;
+  if (equalsIgnoreCase(ext, ".WPT") || equalsIgnoreCase(ext, ".UPT")) return DataFileKind::Waypoints;
   if (equalsIgnoreCase(ext, ".RTE")) return DataFileKind::Routes;
   return DataFileKind::Track;
 }

@@ -25,9 +25,13 @@
 // -- photos --
 #include "cli/ExifCommand.hpp"
 #include "cli/GeotagCommand.hpp"
+#include "cli/OffsetCommand.hpp"
 
 // -- receivers --
+#include "cli/MagellanCommand.hpp"
+#include "cli/DetectCommand.hpp"
 #include "cli/NmeaCommand.hpp"
+#include "cli/PortsCommand.hpp"
 
 int main(int argc, char** argv) {
   using namespace pixtrail::cli;
@@ -59,10 +63,14 @@ int main(int argc, char** argv) {
 
   // -- photos --
   setupGeotag(app, global, result);
+  setupOffset(app, global, result);
   setupExif(app, global, result);
 
   // -- receivers --
   setupNmea(app, global, result);
+  setupMagellan(app, global, result);
+  setupPorts(app, global, result);
+  setupDetect(app, global, result);
 
   app.require_subcommand(1);
   try {

@@ -20,6 +20,15 @@ namespace pixtrail {
 // The port index that stands for the local mailslot instead of a serial port.
 inline constexpr int kMailslotPortIndex = -100;
 
+// Port events the watch thread waits for (the Win32 comm event mask bits it uses, plus the
+// line going away, which Windows reports as a failed wait).
+enum PortEvent : unsigned {
+  kPortEventNone = 0,
+  kPortEventCharReceived = 0x0001,   // EV_RXCHAR
+  kPortEventTransmitEmpty = 0x0004,  // EV_TXEMPTY
+  kPortEventLineError = 0x8000,      // unplugged, closed, or the wait failed
+};
+
 struct PortTimeouts {
   std::uint32_t readInterval = 0;
   std::uint32_t readTotalMultiplier = 0;
@@ -54,6 +63,18 @@ class TPuertoCom {
 
   virtual std::uint32_t baud() const = 0;
   virtual std::uint32_t readCalls() const = 0;
+  // The system handle (a file descriptor or a HANDLE) that notifications name the port by.
+  virtual std::uintptr_t handle() const = 0;
+
+  // For the port watch thread, which alone calls the first two. The event mask is set to
+  // character-received and transmit-empty; waitEvents() blocks until one of them happens, the
+  // line fails, stopWaiting() is called from another thread, or `timeoutMs` passes (negative:
+  // no limit). Returns a PortEvent mask, kPortEventNone on time-out or stop.
+  virtual bool setEventMask() = 0;
+  virtual unsigned waitEvents(int timeoutMs) = 0;
+  virtual void stopWaiting() = 0;
+  // Lowers RTS (EscapeCommFunction CLRRTS), as the watch thread does once transmission ends.
+  virtual void clearRts() = 0;
 };
 
 // The platform's implementation; `inputBufferSize` is the configured input buffer size and the

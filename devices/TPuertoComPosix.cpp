@@ -5,6 +5,8 @@
 //   further byte for at most the read interval (the configured time-out between characters).
 // - The four PurgeComm steps are tcflush calls; errors keep the Win32 operation names so a
 //   message reads the same on every system, with errno as the last error.
+// - The comm event mask becomes poll() on the line and on a wake-up pipe; transmit-empty is the
+//   kernel's output queue running dry after a write.
 // - The mailslot only receives; buffers, purges and time-outs do nothing on it, each read waits
 //   at most 1000 ms for one message, and messages over 400 bytes are dropped as Windows refuses
 //   them.
@@ -21,6 +23,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
@@ -64,7 +67,11 @@ class TPuertoComPosix final : public TPuertoCom {
  public:
   TPuertoComPosix(std::uint32_t inputBufferSize, std::uint32_t charTimeoutMs)
       : inputBufferSize_(inputBufferSize), charTimeoutMs_(charTimeoutMs) {}
-  ~TPuertoComPosix() override { close(); }
+  ~TPuertoComPosix() override {
+    close();
+    for (int& fd : wake_)
+      if (fd >= 0) ::close(fd), fd = -1;
+  }
 
   bool open(int index, bool raise) override {
     if (fd_ >= 0) return fail(raise, "Ya conectado", 0);
@@ -207,6 +214,7 @@ class TPuertoComPosix final : public TPuertoCom {
       ssize_t n = ::write(fd_, bytes + done, size - done);
       if (n > 0) {
         done += static_cast<std::size_t>(n);
+        transmitPending_ = true;
         continue;
       }
       if (n < 0 && errno != EAGAIN && errno != EINTR) return raiseError("Error en la transmisión", errno);
@@ -220,8 +228,66 @@ class TPuertoComPosix final : public TPuertoCom {
 
   std::uint32_t baud() const override { return baud_; }
   std::uint32_t readCalls() const override { return readCalls_; }
+  std::uintptr_t handle() const override { return static_cast<std::uintptr_t>(fd_); }
+
+  bool setEventMask() override {
+    if (fd_ < 0) return false;
+    if (wake_[0] < 0 && ::pipe2(wake_, O_CLOEXEC | O_NONBLOCK) != 0) {
+      wake_[0] = wake_[1] = -1;
+      return false;
+    }
+    return true;
+  }
+
+  unsigned waitEvents(int timeoutMs) override {
+    if (fd_ < 0 || wake_[0] < 0) return kPortEventLineError;
+    const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs < 0 ? 0 : timeoutMs);
+    for (;;) {
+      int waitMs = timeoutMs < 0 ? -1 : msUntil(deadline);
+      // The output queue has no poll event of its own: while a write drains, look every few ms.
+      if (transmitPending_) waitMs = waitMs < 0 ? kTransmitPollMs : std::min(waitMs, kTransmitPollMs);
+      pollfd p[2] = {{fd_, POLLIN, 0}, {wake_[0], POLLIN, 0}};
+      int ready = ::poll(p, 2, waitMs);
+      if (ready < 0 && errno != EINTR) return kPortEventLineError;
+      if (p[1].revents & POLLIN) {
+        char drain[64];
+        while (::read(wake_[0], drain, sizeof drain) > 0) {
+        }
+        return kPortEventNone;
+      }
+      unsigned events = kPortEventNone;
+      // A hung-up pty or unplugged adapter also reports POLLIN (the read would fail): the
+      // hang-up wins, and the owner still drains whatever bytes made it.
+      if (p[0].revents & (POLLHUP | POLLERR | POLLNVAL)) events |= kPortEventLineError;
+      else if (p[0].revents & POLLIN) events |= kPortEventCharReceived;
+      if (transmitPending_ && !mailslot_) {
+        int queued = 0;
+        if (::ioctl(fd_, TIOCOUTQ, &queued) != 0 || queued == 0) {
+          transmitPending_ = false;
+          events |= kPortEventTransmitEmpty;
+        }
+      }
+      if (events != kPortEventNone) return events;
+      if (timeoutMs >= 0 && Clock::now() >= deadline) return kPortEventNone;
+    }
+  }
+
+  void stopWaiting() override {
+    if (wake_[1] >= 0) {
+      char one = 1;
+      [[maybe_unused]] ssize_t n = ::write(wake_[1], &one, 1);
+    }
+  }
+
+  void clearRts() override {
+    if (fd_ < 0 || mailslot_) return;
+    int rts = TIOCM_RTS;
+    ::ioctl(fd_, TIOCMBIC, &rts);  // a pty has no modem lines: nothing to lower there
+  }
 
  private:
+  static constexpr int kTransmitPollMs = 5;
+
   // One ReadFile: waits for the first byte until the deadline, then takes bytes while they come
   // closer together than the read interval. -1 with `error` set when the line failed or hung up.
   int readChunk(char* out, int count, Clock::time_point deadline, int& error) {
@@ -340,6 +406,8 @@ class TPuertoComPosix final : public TPuertoCom {
   std::uint32_t baud_ = 0;
   PortTimeouts timeouts_{};
   std::uint32_t readCalls_ = 0;
+  int wake_[2] = {-1, -1};  // the watch thread's wake-up pipe
+  std::atomic<bool> transmitPending_{false};
 };
 
 }  // namespace

@@ -122,6 +122,7 @@ TFotos* TCjtoFotos::LoadFolder(const std::filesystem::path& folder, std::string&
   group->photos.reserve(files.size());
   for (const auto& file : files) {
     auto photo = std::make_unique<TFoto>();
+    photo->exif.setGpsQuirks(gpsQuirks);
     std::string photoMessage;
     if (!photo->load(file, photoMessage)) appendMessage(message, file.filename().string() + ": " + photoMessage);
     group->photos.add(std::move(photo));

@@ -74,6 +74,7 @@ class TCjtoFotos {
   double clockOffsetDays = 0.0;  // camera clock offset, added to every capture time
   bool markTrack = false;        // mark the track with the photos
   bool addCoordinates = false;   // give the photos the positions found
+  GpsQuirks gpsQuirks = GpsQuirks::Safe;  // how the photos' GPS entries are read and written
 
   // Every file of the folder whose extension is "jpg" in any case, in name order. Photos whose
   // EXIF cannot be read are kept (without time) and their messages gathered.

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <charconv>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -66,8 +67,13 @@ constexpr double kRationalFractionLimit = 0.000001;
 constexpr double kRationalDenominator = 1000.0;
 
 // Pointer entries the writer cannot rebuild; they are left out rather than left wrong.
-constexpr std::array<std::uint16_t, 3> kUnrebuiltPointerTags = {0x014A /*SubIFDs*/, 0x0111 /*StripOffsets*/,
-                                                                0x0144 /*TileOffsets*/};
+constexpr std::array<std::pair<std::uint16_t, std::string_view>, 3> kUnrebuiltPointerTags = {
+    {{0x014A, "SubIFDs"}, {0x0111, "StripOffsets"}, {0x0144, "TileOffsets"}}};
+
+// GPS entries that describe one fix besides its place: when a new position replaces an old one they
+// would pair the new place with the old fix's time, speed or heading. Tags 7 to 17 and 19 to 31.
+constexpr std::array<std::uint16_t, 24> kOldFixGpsTags = {7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17, 19,
+                                                          20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31};
 
 // Random access to the source, whether a file or bytes in memory.
 struct MemorySource {
@@ -225,28 +231,60 @@ std::int32_t clampToInt32(double x) {
   return static_cast<std::int32_t>(std::clamp(std::trunc(x), kMin, kMax));
 }
 
-void appendRational(std::string& out, double x) {
+// The system's rational: thousandths when there is a fraction, else a whole number, both truncated.
+// With `decimal`, a value that is a whole number of thousandths but lies a hair below it in binary
+// (465.4 is 465.39999...) keeps its last unit.
+void appendRational(std::string& out, double x, bool decimal) {
   std::int32_t numerator = 0;
   std::uint32_t denominator = 1;
+  auto scaled = [decimal](double v) {
+    constexpr double kBinarySlack = 1e-6;
+    const double nearest = std::round(v);
+    return decimal && std::fabs(v - nearest) < kBinarySlack ? nearest : v;
+  };
   if (std::fabs(x - std::trunc(x)) >= kRationalFractionLimit) {
-    numerator = clampToInt32(x * kRationalDenominator);
+    numerator = clampToInt32(scaled(x * kRationalDenominator));
     denominator = static_cast<std::uint32_t>(kRationalDenominator);
   } else {
-    numerator = clampToInt32(x);
+    numerator = clampToInt32(scaled(x));
   }
   appendI32(out, numerator, ByteOrder::little);
   appendU32(out, denominator, ByteOrder::little);
 }
 
-std::string degreesMinutesSeconds(double v) {
+// An altitude held in single precision, as the decimal it was read from: the shortest text that
+// gives back the same float ("465.4", not 465.399993896484375).
+double decimalOf(float x) {
+  char text[32];
+  const auto end = std::to_chars(text, text + sizeof text, x).ptr;
+  return std::strtod(std::string(text, end).c_str(), nullptr);
+}
+
+// Degrees, minutes and seconds as three rationals. With `decimal` the split is done in whole
+// thousandths of a second, so that 40.4 degrees gives 40 24 0 rather than 40 23 59.999.
+std::string degreesMinutesSeconds(double v, bool decimal) {
+  std::string out;
+  if (decimal) {
+    constexpr double kMilliPerDegree = kSecondsPerDegree * kRationalDenominator;
+    constexpr double kBinarySlack = 1e-4;
+    const double scaled = v * kMilliPerDegree;
+    const double nearest = std::round(scaled);
+    const auto total = static_cast<std::int64_t>(std::fabs(scaled - nearest) < kBinarySlack ? nearest : std::floor(scaled));
+    const auto milliPerMinute = static_cast<std::int64_t>(kMilliPerDegree / kMinutesPerDegree);
+    const std::int64_t degrees = total / static_cast<std::int64_t>(kMilliPerDegree);
+    const std::int64_t rest = total % static_cast<std::int64_t>(kMilliPerDegree);
+    appendRational(out, static_cast<double>(degrees), false);
+    appendRational(out, static_cast<double>(rest / milliPerMinute), false);
+    appendRational(out, static_cast<double>(rest % milliPerMinute) / kRationalDenominator, true);
+    return out;
+  }
   const double degrees = std::trunc(v);
   const double m = (v - degrees) * kMinutesPerDegree;
   const double minutes = std::trunc(m);
   const double seconds = (m - minutes) * kMinutesPerDegree;
-  std::string out;
-  appendRational(out, degrees);
-  appendRational(out, minutes);
-  appendRational(out, seconds);
+  appendRational(out, degrees, decimal);
+  appendRational(out, minutes, decimal);
+  appendRational(out, seconds, decimal);
   return out;
 }
 
@@ -420,7 +458,16 @@ bool TJpegExif::readTiff(std::string_view segment, std::string& message) {
   const int makerNote = findKey(tags, kKeyMakerNote);
 
   intel_ = intel;
-  makerNoteOffset_ = makerNote >= 0 ? tags[makerNote].value : 0;
+  makerNoteSource_.clear();
+  makerPlan_ = MakerNotePlan{};
+  if (makerNote >= 0 && tags[makerNote].directory == kExifIfd && tiffTypeSize(tags[makerNote].type) == 1 &&
+      tags[makerNote].data.size() > 4) {
+    const int makeTag = findKey(tags, kKeyMake);
+    std::string make = makeTag >= 0 ? tags[makeTag].data : std::string();
+    make = make.substr(0, make.find('\0'));
+    makerNoteSource_ = tags[makerNote].data;
+    makerPlan_ = planMakerNote(tiff, tags[makerNote].value, tags[makerNote].count, reader.order, make);
+  }
   tags_ = std::move(tags);
   thumbnail_ = std::move(thumbnail);
   thumbnailValid_ = thumbnailValid;
@@ -453,7 +500,10 @@ bool TJpegExif::ReadGps(ExifGpsPosition& out, std::string& message) const {
   std::array<double, 3> lat = {kNoDegrees, 0, 0}, lon = {kNoDegrees, 0, 0};
   double alt = 0.0;
   std::string datum(kWgs84Name);
+  bool belowSeaLevel = false;
+  const bool exact = quirks_ == GpsQuirks::Exact;
   for (const TTifTag& tag : tags_) {
+    if (!exact && tag.directory != kGpsIfd) continue;
     switch (tag.key) {
       case kGpsLatitudeRef: if (!tag.data.empty()) latRef = tag.data[0]; break;
       case kGpsLongitudeRef: if (!tag.data.empty()) lonRef = tag.data[0]; break;
@@ -464,6 +514,7 @@ bool TJpegExif::ReadGps(ExifGpsPosition& out, std::string& message) const {
         for (std::size_t i = 0; i < 3 && i < tag.count; ++i) lon[i] = rationalValue(tag.data, i);
         break;
       case kGpsAltitude: alt = rationalValue(tag.data, 0); break;
+      case kGpsAltitudeRef: belowSeaLevel = !exact && !tag.data.empty() && tag.data[0] == 1; break;
       case kGpsMapDatum: datum = tag.data.substr(0, tag.data.find('\0')); break;
       default: break;
     }
@@ -484,52 +535,85 @@ bool TJpegExif::ReadGps(ExifGpsPosition& out, std::string& message) const {
   if (latDeg > 0 && latRef == 'S') latDeg = -latDeg;
   out.lat = latDeg;
   out.lon = lonDeg;
-  out.altM = alt;
+  out.altM = belowSeaLevel ? -alt : alt;
   out.datumName = std::move(datum);
   return true;
 }
 
 void TJpegExif::SetGpsWgs84(const TCoord& p) {
+  const bool exact = quirks_ == GpsQuirks::Exact;
+  auto set = [this, exact](std::uint16_t key, std::uint16_t type, std::uint32_t count, std::string_view data) {
+    if (exact) SetTag(kGpsIfd, key, type, count, data);
+    else SetTagInDirectory(kGpsIfd, key, type, count, data);
+  };
+  auto erase = [this](std::uint16_t key) {
+    for (std::size_t i = tags_.size(); i-- > 0;)
+      if (tags_[i].key == key && tags_[i].directory == kGpsIfd) tags_.erase(i);
+  };
+  if (!exact)
+    for (std::uint16_t key : kOldFixGpsTags) erase(key);
   static constexpr unsigned char kVersion[] = {2, 0, 0, 0};
-  SetTag(kGpsIfd, kGpsVersionId, kTypeByte, 4, std::string_view(reinterpret_cast<const char*>(kVersion), 4));
-  SetTag(kGpsIfd, kGpsLatitudeRef, kTypeAscii, 2, std::string_view(p.lat < 0 ? "S" : "N", 2));
-  SetTag(kGpsIfd, kGpsLatitude, kTypeRational, 3, degreesMinutesSeconds(std::fabs(p.lat)));
-  SetTag(kGpsIfd, kGpsLongitudeRef, kTypeAscii, 2, std::string_view(p.lon < 0 ? "W" : "E", 2));
-  SetTag(kGpsIfd, kGpsLongitude, kTypeRational, 3, degreesMinutesSeconds(std::fabs(p.lon)));
-  SetTag(kGpsIfd, kGpsAltitudeRef, kTypeByte, 1, std::string_view("\0", 1));
-  std::string altitude;  // a negative altitude stays in the numerator; the reference stays 0
-  appendRational(altitude, p.alt);
-  SetTag(kGpsIfd, kGpsAltitude, kTypeRational, 1, altitude);
-  SetTag(kGpsIfd, kGpsMapDatum, kTypeAscii, static_cast<std::uint32_t>(kWgs84Name.size()), kWgs84Name);
+  set(kGpsVersionId, kTypeByte, 4, std::string_view(reinterpret_cast<const char*>(kVersion), 4));
+  set(kGpsLatitudeRef, kTypeAscii, 2, std::string_view(p.lat < 0 ? "S" : "N", 2));
+  set(kGpsLatitude, kTypeRational, 3, degreesMinutesSeconds(std::fabs(p.lat), !exact));
+  set(kGpsLongitudeRef, kTypeAscii, 2, std::string_view(p.lon < 0 ? "W" : "E", 2));
+  set(kGpsLongitude, kTypeRational, 3, degreesMinutesSeconds(std::fabs(p.lon), !exact));
+  std::string altitude;
+  if (exact) {
+    // The altitude as it is: a negative one stays in the numerator, the reference stays 0.
+    set(kGpsAltitudeRef, kTypeByte, 1, std::string_view("\0", 1));
+    appendRational(altitude, p.alt, false);
+    set(kGpsAltitude, kTypeRational, 1, altitude);
+  } else if (p.alt <= kNoAltitudeLimit) {
+    erase(kGpsAltitudeRef);  // an unknown altitude is no altitude, and an old one is stale
+    erase(kGpsAltitude);
+  } else {
+    set(kGpsAltitudeRef, kTypeByte, 1, std::string_view(p.alt < 0 ? "\1" : "\0", 1));
+    appendRational(altitude, std::fabs(decimalOf(p.alt)), true);
+    set(kGpsAltitude, kTypeRational, 1, altitude);
+  }
+  set(kGpsMapDatum, kTypeAscii, static_cast<std::uint32_t>(kWgs84Name.size()), kWgs84Name);
   if (FindTag(kIfd0, kKeyGpsIfdPointer) < 0)
     SetTag(kIfd0, kKeyGpsIfdPointer, kTypeLong, 1, std::string_view("\0\0\0\0", 4));
+  if (exact) return;
   // A second GPS entry under a key just set would contradict the new position: drop it.
   for (std::uint16_t key : {kGpsVersionId, kGpsLatitudeRef, kGpsLatitude, kGpsLongitudeRef, kGpsLongitude,
                             kGpsAltitudeRef, kGpsAltitude, kGpsMapDatum}) {
-    const int kept = findKey(tags_, key);
+    const int kept = FindTag(kGpsIfd, key);
     for (std::size_t i = tags_.size(); i-- > 0;)
       if (static_cast<int>(i) != kept && tags_[i].key == key && tags_[i].directory == kGpsIfd) tags_.erase(i);
   }
 }
 
-TTifTag& TJpegExif::SetTag(std::uint32_t directory, std::uint16_t key, std::uint16_t type, std::uint32_t count,
-                           std::string_view data) {
-  const int found = findKey(tags_, key);
-  TTifTag* tag = nullptr;
-  if (found >= 0) {
-    tag = &tags_[found];
-  } else {
+namespace {
+
+TTifTag& replaceOrAdd(VectorI<TTifTag>& tags, int found, std::uint32_t directory, std::uint16_t key,
+                      std::uint16_t type, std::uint32_t count, std::string_view data) {
+  if (found < 0) {
     TTifTag fresh;
     fresh.key = key;
     fresh.directory = directory;
-    tags_.add(fresh);
-    tag = &tags_[tags_.size() - 1];
+    tags.add(fresh);
+    found = static_cast<int>(tags.size() - 1);
   }
-  tag->type = type;
-  tag->count = count;
-  tag->data.assign(data.substr(0, std::min<std::size_t>(data.size(), std::size_t{count} * tiffTypeSize(type))));
-  tag->data.resize(std::size_t{count} * tiffTypeSize(type), '\0');
-  return *tag;
+  TTifTag& tag = tags[found];  // a found entry keeps its directory
+  tag.type = type;
+  tag.count = count;
+  tag.data.assign(data.substr(0, std::min<std::size_t>(data.size(), std::size_t{count} * tiffTypeSize(type))));
+  tag.data.resize(std::size_t{count} * tiffTypeSize(type), '\0');
+  return tag;
+}
+
+}  // namespace
+
+TTifTag& TJpegExif::SetTag(std::uint32_t directory, std::uint16_t key, std::uint16_t type, std::uint32_t count,
+                           std::string_view data) {
+  return replaceOrAdd(tags_, findKey(tags_, key), directory, key, type, count, data);
+}
+
+TTifTag& TJpegExif::SetTagInDirectory(std::uint32_t directory, std::uint16_t key, std::uint16_t type,
+                                      std::uint32_t count, std::string_view data) {
+  return replaceOrAdd(tags_, FindTag(directory, key), directory, key, type, count, data);
 }
 
 int TJpegExif::FindTag(std::uint32_t directory, std::uint16_t key) const {
@@ -592,21 +676,30 @@ std::string TJpegExif::buildExifSegment() {
       tag.data.assign(4, '\0');
     }
   }
-  const ByteOrder sourceOrder = intel_ ? ByteOrder::little : ByteOrder::big;
+  // The planned note stands in for the one read, unless someone has set another since.
   const int makerIndex = FindTag(kExifIfd, kKeyMakerNote);
-  MakerNotePlan makerPlan;
-  if (makerIndex >= 0) makerPlan = planMakerNote(tags_[makerIndex].data, makerNoteOffset_, sourceOrder);
+  const bool planned = makerIndex >= 0 && !makerNoteSource_.empty() && tags_[makerIndex].data == makerNoteSource_;
+  const MakerNotePlan makerPlan = planned ? makerPlan_ : MakerNotePlan{};
+  if (planned)
+    for (const std::string& name : makerPlan.dropped)
+      if (std::find(dropped_.begin(), dropped_.end(), name) == dropped_.end()) dropped_.push_back(name);
+  auto isPlannedNote = [&](const TTifTag* tag) { return planned && tag == &tags_[makerIndex]; };
 
+  auto drop = [this](std::string name) {
+    if (std::find(dropped_.begin(), dropped_.end(), name) == dropped_.end()) dropped_.push_back(std::move(name));
+    return false;
+  };
   auto carried = [&](const TTifTag& tag) {
     const std::uint16_t number = tag.tagNumber();
-    if (tag.directory != kGpsIfd &&
-        std::find(kUnrebuiltPointerTags.begin(), kUnrebuiltPointerTags.end(), number) != kUnrebuiltPointerTags.end())
-      return false;
-    if (tag.key == kKeyInteropPointer && tag.directory == kExifIfd && !interopValid_) return false;
-    if (tag.key == kKeyMakerNote && tag.directory == kExifIfd && !makerPlan.keep) return false;
+    if (tag.directory != kGpsIfd) {
+      for (const auto& [pointer, name] : kUnrebuiltPointerTags)
+        if (number == pointer) return drop(std::string(name));
+    }
+    if (tag.key == kKeyInteropPointer && tag.directory == kExifIfd && !interopValid_) return drop("InteropIFD");
+    if (tag.key == kKeyMakerNote && tag.directory == kExifIfd && !makerPlan.keep) return drop("MakerNote");
     if ((tag.key == kKeyThumbnailOffset || tag.key == kKeyThumbnailLength) && tag.directory == kIfd1 &&
         !thumbnailValid_)
-      return false;
+      return drop("ThumbnailImage");
     return true;
   };
   auto entriesOf = [&](VectorI<TTifTag>& list, std::uint32_t directory) {
@@ -631,7 +724,8 @@ std::string TJpegExif::buildExifSegment() {
       tag->writePosition = static_cast<std::uint32_t>(t.size());
       appendU16(t, tag->tagNumber(), ByteOrder::little);
       appendU16(t, tag->type, ByteOrder::little);
-      appendU32(t, tag->count, ByteOrder::little);
+      appendU32(t, isPlannedNote(tag) ? static_cast<std::uint32_t>(makerPlan.note.size()) : tag->count,
+                ByteOrder::little);
       std::string inlineValue = tag->data.size() <= 4 ? tag->data : std::string();
       inlineValue.resize(4, '\0');
       t += inlineValue;
@@ -643,10 +737,8 @@ std::string TJpegExif::buildExifSegment() {
       alignEven(t);
       const auto offset = static_cast<std::uint32_t>(t.size());
       putU32(t, tag->writePosition + 8, offset);
-      if (tag->key == kKeyMakerNote && tag->directory == kExifIfd) {
-        std::string note = tag->data;
-        shiftMakerNote(note, makerPlan, std::int64_t{offset} - makerNoteOffset_);
-        t += note;
+      if (isPlannedNote(tag)) {
+        t += placeMakerNote(makerPlan, offset);
       } else {
         t += tag->data;
       }
@@ -697,6 +789,16 @@ bool TJpegExif::RenderBytes(std::string_view source, std::string& jpeg, std::str
     return false;
   }
   if (!stampDateTime(message)) return false;
+  dropped_.clear();
+  // Segments between SOI and the EXIF segment are not carried over (the system's layout); say so.
+  for (std::uint64_t pos = 2; pos + 4 <= app1.marker;) {
+    const auto* b = bytesOf(source.substr(pos, 4));
+    char name[16];
+    if (b[1] >= 0xE0 && b[1] <= 0xEF) std::snprintf(name, sizeof name, "APP%d segment", b[1] - 0xE0);
+    else std::snprintf(name, sizeof name, "segment %02X", b[1]);
+    dropped_.emplace_back(name);
+    pos += 2 + readU16(b + 2, ByteOrder::big);
+  }
   SetTag(kExifIfd, kKeySoftware, kTypeAscii, static_cast<std::uint32_t>(kSoftware.size()), kSoftware);
   const std::string exif = buildExifSegment();
   if (exif.size() > kMaxSegmentData) {

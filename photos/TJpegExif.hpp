@@ -8,10 +8,12 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/DateTimeRecord.hpp"
 #include "core/TCoord.hpp"
 #include "core/VectorP.hpp"
+#include "photos/exif_maker_notes.hpp"
 
 namespace pixtrail {
 
@@ -44,6 +46,7 @@ inline constexpr std::uint16_t kKeyThumbnailOffset = 0x0102;
 inline constexpr std::uint16_t kKeyThumbnailLength = 0x0202;
 inline constexpr std::uint16_t kKeyInteropPointer = 0x05A0;
 inline constexpr std::uint16_t kKeyMakerNote = 0x7C92;
+inline constexpr std::uint16_t kKeyMake = 0x0F01;
 inline constexpr std::uint16_t kGpsVersionId = 0, kGpsLatitudeRef = 1, kGpsLatitude = 2,
                                kGpsLongitudeRef = 3, kGpsLongitude = 4, kGpsAltitudeRef = 5,
                                kGpsAltitude = 6, kGpsMapDatum = 18;
@@ -69,6 +72,15 @@ struct TTifTag {
   // The value as text: ASCII as text, numbers joined by ",", rationals as n/d.
   std::string valueText() const;
 };
+
+// How GPS entries are found and written. Exact follows the system byte for byte, quirks included:
+// lookups by key across directories (GPS tag 1 then meets ImageWidth, whose held key is also 1), a
+// negative altitude as a negative numerator with reference 0, an unknown altitude written as it
+// is, the entries of an older fix left beside the new position, thousandths truncated from the
+// binary value. Safe (what users get) looks in the GPS directory only, writes a negative altitude
+// as its absolute value with reference 1, leaves an unknown altitude out, removes the older fix's
+// entries and encodes decimals as they were given; every other byte is the same.
+enum class GpsQuirks { Safe, Exact };
 
 // A position decoded from the GPS entries, before the datum name is looked up.
 struct ExifGpsPosition {
@@ -102,13 +114,22 @@ class TJpegExif {
   // target is never replaced. On success the object takes the target as its file name.
   bool Write(const std::filesystem::path& target, bool mustNotExist, std::string& message);
 
+  // Finds the entry by key whatever its directory (the system's lookup) and replaces it, else adds it.
   TTifTag& SetTag(std::uint32_t directory, std::uint16_t key, std::uint16_t type,
                   std::uint32_t count, std::string_view data);
+  // The same, but only an entry of `directory` is replaced.
+  TTifTag& SetTagInDirectory(std::uint32_t directory, std::uint16_t key, std::uint16_t type,
+                             std::uint32_t count, std::string_view data);
   int FindTag(std::uint32_t directory, std::uint16_t key) const;
   int CountTags(std::uint32_t directory) const;
 
   // Diagnostic dump, one line per entry.
   std::string Dump() const;
+
+  void setGpsQuirks(GpsQuirks quirks) { quirks_ = quirks; }
+  GpsQuirks gpsQuirks() const { return quirks_; }
+  // What the last render had to leave out of the photo, one short name each; empty when nothing.
+  const std::vector<std::string>& dropped() const { return dropped_; }
 
   bool isIntel() const { return intel_; }
   const VectorI<TTifTag>& tags() const { return tags_; }
@@ -122,6 +143,8 @@ class TJpegExif {
   std::string buildExifSegment();
 
   bool intel_ = true;
+  GpsQuirks quirks_ = GpsQuirks::Safe;
+  std::vector<std::string> dropped_;
   VectorI<TTifTag> tags_;
   std::filesystem::path fileName_;
   std::string thumbnail_;
@@ -129,7 +152,9 @@ class TJpegExif {
   // Kept beside the four directories so their pointers stay valid when the block is rebuilt.
   VectorI<TTifTag> interop_;
   bool interopValid_ = false;
-  std::uint32_t makerNoteOffset_ = 0;  // where the maker note stood in the source TIFF
+  // The maker note as read and how it is to be rebuilt; planned while the source TIFF is at hand.
+  std::string makerNoteSource_;
+  MakerNotePlan makerPlan_;
 };
 
 // The capture-time text of EXIF ("YYYY:MM:DD HH:MM:SS"); empty record when it has no date.

@@ -8,6 +8,8 @@ packages=(
   cmake g++ ninja-build pkg-config make
   zlib1g-dev libminizip-dev libpugixml-dev libcli11-dev libboost-dev nlohmann-json3-dev
   libusb-1.0-0-dev
+  # camera time zones: the date/tz library and the system's time-zone database it reads
+  libhowardhinnant-date-dev tzdata
   libgtest-dev libgmock-dev libbenchmark-dev
   # fuzzing (libFuzzer ships with clang's runtime)
   clang libclang-rt-14-dev
@@ -19,6 +21,8 @@ packages=(
   libgeographiclib-dev
   # geotagging peer of the photo benchmark
   gpscorrelate
+  # the desktop program (Qt 6 Widgets, Network, Test); fonts so that offscreen screenshots show text
+  qt6-base-dev fonts-dejavu-core
 )
 
 missing=()

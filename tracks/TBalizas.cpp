@@ -9,6 +9,7 @@
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "tracks/track_datum.hpp"
+#include "tracks/track_format_magellan.hpp"
 
 namespace pixtrail {
 
@@ -233,6 +234,7 @@ bool parseOziWaypoints(std::string_view text, TBalizas& file, std::string& messa
 bool parseWaypointFile(std::string_view text, TBalizas& file, std::string& message,
                        const WaypointDefaults& defaults) {
   if (text.substr(0, kOziHeader.size()) == kOziHeader) return parseOziWaypoints(text, file, message);
+  if (looksLikeMagellanText(text)) return parseMagellanWaypointText(text, file, message);
   FileCoordinates coordinates;
   TBaliza* last = nullptr;
   while (!text.empty()) {
@@ -293,7 +295,10 @@ bool readWaypointFile(const std::filesystem::path& path, TBalizas& file, std::st
 bool writeWaypointFile(const TBalizas& file, const std::filesystem::path& path, const FileCoordinates& coordinates,
                        const WaypointDefaults& defaults, bool keepBackup, std::string& message) {
   std::string text;
-  if (!formatWaypointFile(file, coordinates, defaults, text, message)) return false;
+  if (equalsIgnoreCase(path.extension().string(), ".UPT"))
+    text = magellanWaypointText(file);
+  else if (!formatWaypointFile(file, coordinates, defaults, text, message))
+    return false;
   SafeWriteOptions options;
   options.keepBackup = keepBackup;
   return writeFileSafely(path, text, options, message);

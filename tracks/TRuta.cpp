@@ -5,6 +5,7 @@
 #include "core/text.hpp"
 #include "tracks/TVolGPS.hpp"
 #include "tracks/track_datum.hpp"
+#include "tracks/track_format_magellan.hpp"
 
 namespace pixtrail {
 
@@ -41,6 +42,10 @@ bool formatRouteFile(const TRutas& routes, const FileCoordinates& coordinates, c
 
 bool parseRouteFile(std::string_view text, TRutas& routes, std::string& message,
                     const WaypointDefaults& defaults) {
+  if (looksLikeMagellanText(text)) {
+    routes.magellanText = true;
+    return parseMagellanRouteText(text, routes, message);
+  }
   // A route file is a waypoint file cut into routes at its "R" lines: each piece is read by the
   // waypoint reader with the file's header in front.
   std::string header;
@@ -96,7 +101,10 @@ bool readRouteFile(const std::filesystem::path& path, TRutas& routes, std::strin
 bool writeRouteFile(const TRutas& routes, const std::filesystem::path& path, const FileCoordinates& coordinates,
                     const WaypointDefaults& defaults, bool keepBackup, std::string& message) {
   std::string text;
-  if (!formatRouteFile(routes, coordinates, defaults, text, message)) return false;
+  if (routes.magellanText && equalsIgnoreCase(path.extension().string(), ".RTE"))
+    text = magellanRouteText(routes);
+  else if (!formatRouteFile(routes, coordinates, defaults, text, message))
+    return false;
   SafeWriteOptions options;
   options.keepBackup = keepBackup;
   return writeFileSafely(path, text, options, message);

@@ -27,6 +27,7 @@ class TRutas {
   std::string fileName;
   VectorP<TRuta> routes;
   FileCoordinates file;  // datum and coordinate mode the file was read with
+  bool magellanText = false;  // read from a Magellan route text, so a .rte is written back as one
 };
 
 bool formatRouteFile(const TRutas& routes, const FileCoordinates& coordinates, const WaypointDefaults& defaults,

@@ -29,12 +29,12 @@ const std::map<std::string, std::string> kRefused = {
 };
 
 // Measured losses, each explained. Ricoh keeps a sub-directory inside its maker note whose own
-// offsets are not followed; Minolta's maker note holds the preview's offset as a plain number. The
+// offsets are not followed, and its image size inside a binary block that turns with the note. The
 // GoPro values live in an APP6 segment copied byte for byte, which exiftool decodes in the EXIF
 // block's byte order, so turning Motorola into Intel order changes how it reads them.
 const std::map<std::string, std::string> kKnownLosses = {
-    {"Ricoh2.jpg", "Ricoh:ManufactureDate1 Ricoh:ManufactureDate2(changed) "},
-    {"Minolta.jpg", "Minolta:PreviewImage(changed) "},
+    {"Ricoh2.jpg", "Ricoh:ManufactureDate1 Ricoh:ManufactureDate2(changed) Ricoh:RicohImageHeight(changed) "
+                   "Ricoh:RicohImageWidth(changed) "},
     {"GoPro.jpg", "GoPro:AutoISOMax(changed) GoPro:AutoISOMin(changed) GoPro:MediaUniqueID(changed) "},
 };
 

@@ -146,17 +146,18 @@ TEST(JpegExifRead, GpsFollowsTheRationalRuleAndTheReferences) {
     std::vector<ExifEntry> gps;
     double lat, lon, alt;
     std::string datum, message;
+    double safeAlt = NAN;  // where the safe reader differs
   } rows[] = {
       // 1/1000 is read as 1 and 0/5 as 0; 2/1000 is a real 0.002 (hand calculation).
       {"numerators of 1 or less",
        {{1, 2, {}, n}, test::rationalEntry(2, {1, 1000, 0, 5, 2, 1000}), {3, 2, {}, e},
         test::rationalEntry(4, {3, 1, 42, 1, 0, 1}), test::rationalEntry(6, {117, 1})},
        1.0 + 0.002 / 3600.0, 3.7, 117.0, "WGS-84", ""},
-      {"south and west, altitude reference ignored",
+      {"south and west, altitude reference ignored (read by the safe reader)",
        {{1, 2, {}, s}, test::rationalEntry(2, {12, 1, 15, 1, 0, 1}), {3, 2, {}, w},
         test::rationalEntry(4, {70, 1, 30, 1, 36000, 1000}), {5, 1, {}, std::string("\1", 1)},
         test::rationalEntry(6, {55, 10})},
-       -12.25, -70.51, 5.5, "WGS-84", ""},
+       -12.25, -70.51, 5.5, "WGS-84", "", -5.5},
       {"datum named in the photo",
        {{1, 2, {}, n}, test::rationalEntry(2, {35, 1, 0, 1, 0, 1}), {3, 2, {}, e},
         test::rationalEntry(4, {139, 1, 0, 1, 0, 1}), {18, 2, {}, std::string("TOKYO\0", 6)}},
@@ -167,13 +168,15 @@ TEST(JpegExifRead, GpsFollowsTheRationalRuleAndTheReferences) {
        {{1, 2, {}, n}, test::rationalEntry(2, {90, 1, 30, 1, 0, 1}), {3, 2, {}, e}, test::rationalEntry(4, {3, 1, 0, 1, 0, 1})},
        0, 0, 0, "", "Error in the GPS lat/lon values..."},
   };
-  for (ByteOrder order : {ByteOrder::little, ByteOrder::big}) {
+  for (auto [order, quirks] : {std::pair{ByteOrder::little, GpsQuirks::Exact}, {ByteOrder::big, GpsQuirks::Exact},
+                               {ByteOrder::little, GpsQuirks::Safe}, {ByteOrder::big, GpsQuirks::Safe}}) {
     for (const auto& row : rows) {
       ExifLayout layout;
       layout.order = order;
       layout.ifd0 = {test::asciiEntry(0x010F, "Make")};
       layout.gps = row.gps;
       TJpegExif exif;
+      exif.setGpsQuirks(quirks);
       std::string message;
       ASSERT_TRUE(exif.ReadBytes(test::buildJpeg(layout), message)) << row.why;
       ExifGpsPosition got;
@@ -183,7 +186,8 @@ TEST(JpegExifRead, GpsFollowsTheRationalRuleAndTheReferences) {
       if (!ok) continue;
       EXPECT_NEAR(got.lat, row.lat, 1e-12) << row.why;
       EXPECT_NEAR(got.lon, row.lon, 1e-12) << row.why;
-      EXPECT_NEAR(got.altM, row.alt, 1e-12) << row.why;
+      const bool safeDiffers = quirks == GpsQuirks::Safe && !std::isnan(row.safeAlt);
+      EXPECT_NEAR(got.altM, safeDiffers ? row.safeAlt : row.alt, 1e-12) << row.why;
       EXPECT_EQ(got.datumName, row.datum) << row.why;
     }
   }
@@ -211,9 +215,13 @@ TEST(JpegExifWrite, EncodesPositionsAsTheSystemDoes) {
       {"seconds in thousandths, truncated", {2.0, 10.0 + 2.1234567 / 3600.0, 0.0f}, "N", {10, 1, 0, 1, 2123, 1000}, {0, 1}},
       {"south", {2.0, -12.25, 0.0f}, "S", {12, 1, 15, 1, 0, 1}, {0, 1}},
       {"negative altitude stays in the numerator", {2.0, 41.5, -5.5f}, "N", {41, 1, 30, 1, 0, 1}, {0xFFFFEA84u, 1000}},
+      {"unknown altitude written as it is", {2.0, 41.5, kUnknownAltitude}, "N", {41, 1, 30, 1, 0, 1}, {0xFFFFD8F1u, 1}},
+      // 40.4 is 40.39999... in binary: 23 minutes 59.99999... seconds, truncated.
+      {"binary value truncated", {2.0, 40.4, 465.4f}, "N", {40, 1, 23, 1, 59999, 1000}, {465399, 1000}},
   };
   for (const auto& row : rows) {
     TJpegExif exif;
+    exif.setGpsQuirks(GpsQuirks::Exact);
     exif.SetGpsWgs84(row.wgs84);
     EXPECT_EQ(words(exif, kGpsLatitude), row.lat) << row.why;
     EXPECT_EQ(words(exif, kGpsAltitude), row.alt) << row.why;
@@ -223,6 +231,140 @@ TEST(JpegExifWrite, EncodesPositionsAsTheSystemDoes) {
     EXPECT_EQ(datum.count, 6u);
     EXPECT_EQ(datum.data, "WGS-84");
     EXPECT_GE(exif.FindTag(kIfd0, kKeyGpsIfdPointer), 0);
+  }
+}
+
+TEST(JpegExifWrite, SafeEncodingFoldsTheSignLeavesUnknownAltitudeOutAndKeepsDecimals) {
+  const struct {
+    const char* why;
+    TCoord wgs84;
+    std::vector<std::uint32_t> lat;
+    int altRef;  // -1: no altitude entries at all
+    std::vector<std::uint32_t> alt;
+    double altBack;
+  } rows[] = {
+      {"below sea level", {2.0, 41.5, -5.5f}, {41, 1, 30, 1, 0, 1}, 1, {5500, 1000}, -5.5},
+      {"unknown altitude", {2.0, 41.5, kUnknownAltitude}, {41, 1, 30, 1, 0, 1}, -1, {}, 0.0},
+      {"just above the unknown limit", {2.0, 41.5, -998.0f}, {41, 1, 30, 1, 0, 1}, 1, {998, 1}, -998.0},
+      {"decimals as given", {2.0, 40.4, 465.4f}, {40, 1, 24, 1, 0, 1}, 0, {465400, 1000}, 465.4},
+      {"seconds still truncated", {2.0, 10.0 + 2.1234567 / 3600.0, 8848.86f}, {10, 1, 0, 1, 2123, 1000}, 0,
+       {8848860, 1000}, 8848.86},
+  };
+  for (const auto& row : rows) {
+    TJpegExif exif;
+    exif.SetGpsWgs84(row.wgs84);
+    EXPECT_EQ(words(exif, kGpsLatitude), row.lat) << row.why;
+    EXPECT_EQ(words(exif, kGpsAltitude), row.alt) << row.why;
+    const int ref = exif.FindTag(kGpsIfd, kGpsAltitudeRef);
+    if (row.altRef < 0) {
+      EXPECT_LT(ref, 0) << row.why;
+    } else {
+      ASSERT_GE(ref, 0) << row.why;
+      EXPECT_EQ(exif.tags()[ref].data, std::string(1, static_cast<char>(row.altRef))) << row.why;
+    }
+    ExifGpsPosition back;
+    std::string message;
+    ASSERT_TRUE(exif.ReadGps(back, message)) << row.why << message;
+    EXPECT_NEAR(back.altM, row.altBack, 1e-9) << row.why;
+  }
+}
+
+// IFD0's ImageWidth (0x0100) is held under key 1, the key of GPSLatitudeRef.
+ExifLayout photoWithImageWidthAndAnOldFix() {
+  ExifLayout layout;
+  layout.ifd0 = {{0x0100, 3, {640}, {}}, test::asciiEntry(0x010F, "Make")};
+  layout.exif = {test::asciiEntry(0x9003, "2024:06:01 11:00:00")};
+  layout.gps = {{0, 1, {}, std::string("\2\2\0\0", 4)},
+                {1, 2, {}, std::string("N\0", 2)},
+                test::rationalEntry(2, {10, 1, 0, 1, 0, 1}),
+                {3, 2, {}, std::string("E\0", 2)},
+                test::rationalEntry(4, {20, 1, 0, 1, 0, 1}),
+                {5, 1, {}, std::string("\0", 1)},
+                test::rationalEntry(6, {300, 1}),
+                test::rationalEntry(7, {9, 1, 30, 1, 0, 1}),       // time stamp of the old fix
+                test::rationalEntry(13, {42, 1}),                  // its speed
+                test::rationalEntry(17, {270, 1}),                 // its image direction
+                test::asciiEntry(29, "2019:01:01"),                // its date
+                test::rationalEntry(31, {5, 1})};                  // its positioning error
+  return layout;
+}
+
+TEST(JpegExifQuirks, ExactModeLetsGpsKeysMeetOtherDirectoriesAndKeepsTheOldFix) {
+  for (ByteOrder order : {ByteOrder::little, ByteOrder::big}) {
+    ExifLayout layout = photoWithImageWidthAndAnOldFix();
+    layout.order = order;
+    const std::string source = test::buildJpeg(layout);
+    std::string message;
+    TJpegExif exif;
+    exif.setGpsQuirks(GpsQuirks::Exact);
+    ASSERT_TRUE(exif.ReadBytes(source, message)) << message;
+    exif.SetGpsWgs84({-70.5, -12.25, -5.5f});
+    std::string jpeg;
+    ASSERT_TRUE(exif.RenderBytes(source, jpeg, message)) << message;
+    TJpegExif back;
+    ASSERT_TRUE(back.ReadBytes(jpeg, message)) << message;
+    // The collision: ImageWidth now holds "S", the old "N" stays in the GPS directory.
+    const int width = back.FindTag(kIfd0, 1);
+    ASSERT_GE(width, 0);
+    EXPECT_EQ(back.tags()[width].type, kTypeAscii);
+    EXPECT_EQ(back.tags()[width].data, std::string("S\0", 2));
+    EXPECT_EQ(back.tags()[back.FindTag(kGpsIfd, kGpsLatitudeRef)].data, std::string("N\0", 2));
+    for (std::uint16_t key : {7, 13, 17, 29, 31}) EXPECT_GE(back.FindTag(kGpsIfd, key), 0) << key;
+    EXPECT_EQ(words(back, kGpsAltitude), (std::vector<std::uint32_t>{0xFFFFEA84u, 1000}));
+    EXPECT_EQ(back.tags()[back.FindTag(kGpsIfd, kGpsAltitudeRef)].data, std::string(1, '\0'));
+    // Its own reader agrees with itself, another program would see the northern latitude.
+    ExifGpsPosition gps;
+    back.setGpsQuirks(GpsQuirks::Exact);
+    ASSERT_TRUE(back.ReadGps(gps, message)) << message;
+    EXPECT_DOUBLE_EQ(gps.lat, 12.25);
+  }
+}
+
+TEST(JpegExifQuirks, SafeModeWritesTheGpsDirectoryAloneAndDropsTheOldFix) {
+  for (ByteOrder order : {ByteOrder::little, ByteOrder::big}) {
+    ExifLayout layout = photoWithImageWidthAndAnOldFix();
+    layout.order = order;
+    const std::string source = test::buildJpeg(layout);
+    std::string message;
+    TJpegExif exif;
+    ASSERT_TRUE(exif.ReadBytes(source, message)) << message;
+    exif.SetGpsWgs84({-70.5, -12.25, kUnknownAltitude});
+    std::string jpeg;
+    ASSERT_TRUE(exif.RenderBytes(source, jpeg, message)) << message;
+    TJpegExif back;
+    ASSERT_TRUE(back.ReadBytes(jpeg, message)) << message;
+    const int width = back.FindTag(kIfd0, 1);
+    ASSERT_GE(width, 0);
+    EXPECT_EQ(back.tags()[width].type, kTypeShort);
+    EXPECT_EQ(back.tags()[width].data, std::string("\x80\x02", 2));
+    for (std::uint16_t key : {7, 13, 17, 29, 31}) EXPECT_LT(back.FindTag(kGpsIfd, key), 0) << key;
+    // The old fix's altitude is not left to pass for the new one.
+    EXPECT_LT(back.FindTag(kGpsIfd, kGpsAltitude), 0);
+    EXPECT_LT(back.FindTag(kGpsIfd, kGpsAltitudeRef), 0);
+    ExifGpsPosition gps;
+    ASSERT_TRUE(back.ReadGps(gps, message)) << message;
+    EXPECT_DOUBLE_EQ(gps.lat, -12.25);
+    EXPECT_DOUBLE_EQ(gps.lon, -70.5);
+    EXPECT_TRUE(exif.dropped().empty());
+  }
+}
+
+TEST(JpegExifQuirks, WithoutTheQuirksInPlayBothModesWriteTheSameBytes) {
+  for (ByteOrder order : {ByteOrder::little, ByteOrder::big}) {
+    ExifLayout layout;
+    layout.order = order;
+    layout.ifd0 = {test::asciiEntry(0x010F, "Make"), {0x0112, 3, {1}, {}}};
+    layout.exif = {test::asciiEntry(0x9003, "2024:06:01 11:00:00")};
+    const std::string source = test::buildJpeg(layout);
+    std::string rendered[2], message;
+    for (GpsQuirks mode : {GpsQuirks::Safe, GpsQuirks::Exact}) {
+      TJpegExif exif;
+      exif.setGpsQuirks(mode);
+      ASSERT_TRUE(exif.ReadBytes(source, message)) << message;
+      exif.SetGpsWgs84({151.25, -33.5, 58.125f});
+      ASSERT_TRUE(exif.RenderBytes(source, rendered[mode == GpsQuirks::Exact], message)) << message;
+    }
+    EXPECT_EQ(rendered[0], rendered[1]);
   }
 }
 
@@ -250,8 +392,9 @@ TEST_F(JpegExifFile, MotorolaPhotoComesBackInIntelOrderWithItsTagsAndImageBytes)
   for (const TTifTag& tag : before.tags()) {
     const int i = after.FindTag(tag.directory, tag.key);
     ASSERT_GE(i, 0) << std::hex << tag.key;
+    // The maker note turns Intel with the rest; the oracle test reads it back.
     if (tag.key == kKeySoftware || tag.key == kKeyExifIfdPointer || tag.key == kKeyGpsIfdPointer ||
-        tag.key == kKeyThumbnailOffset || tag.key == kKeyInteropPointer)
+        tag.key == kKeyThumbnailOffset || tag.key == kKeyInteropPointer || tag.key == kKeyMakerNote)
       continue;
     EXPECT_EQ(after.tags()[i].type, tag.type) << std::hex << tag.key;
     EXPECT_EQ(after.tags()[i].data, tag.data) << std::hex << tag.key;

@@ -1,0 +1,121 @@
+#pragma once
+// A simulated Garmin unit: a product profile (identification, protocol array, record types) with
+// waypoints, routes and tracks held as wire records, answering the host's packets as a unit does.
+// The same unit serves a serial line (a pseudo-terminal master, frames and ACKs) and USB (packets
+// queued for the interrupt and bulk pipes, no ACKs).
+
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "devices/Capacidades_garmin.hpp"
+#include "devices/TPaqueteDatosGarmin.hpp"
+#include "devices/garmin_records.hpp"
+
+namespace pixtrail::sim {
+
+struct SimRoute {
+  GarminRouteHeader header;
+  std::vector<GarminWaypoint> waypoints;
+};
+
+struct SimTrack {
+  GarminTrackHeader header;
+  std::vector<GarminTrackPoint> points;
+};
+
+struct SimProfile {
+  std::string name;
+  std::uint16_t productId = 0;
+  std::int16_t softwareVersion = 0;
+  std::string description;
+  std::vector<std::string> extendedData;
+  std::vector<std::pair<char, std::uint16_t>> protocols;  // empty: the unit sends no array
+  Capacidades_garmin caps;                                // what the array (or its absence) means
+};
+
+// "old" (no protocol array: D100, D200, D300), "serial" (A100/D108, A201/D202/D108/D210,
+// A301/D310/D301), "usb" (D110, A302/D312/D304, A1006, A906). Unknown names give "serial".
+SimProfile simProfile(const std::string& name);
+std::vector<std::string> simProfileNames();
+
+// Faults the unit can show, for tests of the host's error paths.
+struct SimFaults {
+  int stopAfterRecords = -1;  // goes silent after sending this many data records of a transfer
+  bool nakEverything = false; // answers every packet with a NAK
+  bool noArray = false;       // withholds the protocol array even when the profile has one
+};
+
+class GarminUnitSim {
+ public:
+  explicit GarminUnitSim(SimProfile profile, int trackPoints = 25);
+
+  const SimProfile& profile() const { return profile_; }
+  SimFaults faults;
+
+  // Held data (wire values, so tests compare to the semicircle).
+  std::vector<GarminWaypoint> waypoints;
+  std::vector<SimRoute> routes;
+  std::vector<SimTrack> tracks;
+
+  // The packets the unit sends in answer to one packet from the host (ACKs not included).
+  std::vector<TPaqueteDatosGarmin> handle(const TPaqueteDatosGarmin& in);
+  bool pvtRunning() const { return pvtRunning_; }
+  TPaqueteDatosGarmin nextPvt();
+
+  // Serves a serial line on `fd` (a pseudo-terminal master) until `stop` is set or the line dies.
+  void serveSerial(int fd, const std::atomic<bool>& stop);
+
+  // The record counts of the last uploads, for tests.
+  int uploadsCompleted() const { return uploadsCompleted_; }
+
+ private:
+  std::vector<TPaqueteDatosGarmin> transfer(std::uint16_t command);
+  void takeUpload(const TPaqueteDatosGarmin& in);
+
+  SimProfile profile_;
+  bool pvtRunning_ = false;
+  std::uint32_t pvtSequence_ = 0;
+  // Upload in progress.
+  bool uploading_ = false;
+  std::vector<GarminWaypoint> inWaypoints_;
+  std::vector<SimRoute> inRoutes_;
+  std::vector<SimTrack> inTracks_;
+  int uploadsCompleted_ = 0;
+};
+
+// Bytes from a serial line into packets: leading noise and frames that fail their checks are
+// dropped, as a unit resynchronises on the next DLE.
+class SerialDeframer {
+ public:
+  void feed(const char* bytes, std::size_t n) { buffer_.append(bytes, n); }
+  bool next(TPaqueteDatosGarmin& out);
+
+ private:
+  std::string buffer_;
+};
+
+// The USB side of the unit: what the host writes on bulk-OUT goes to the unit; its answers wait
+// for the interrupt pipe ("data available" first) and then the bulk pipe, one packet per read.
+class SimUsbEndpoints {
+ public:
+  explicit SimUsbEndpoints(GarminUnitSim& unit) : unit_(unit) {}
+  void write(std::string_view bytes);
+  // A read returns 0 bytes when there is nothing to give.
+  std::string readInterrupt();
+  std::string readBulk();
+  // The next this many bulk reads give nothing, each after announcing data on the interrupt pipe.
+  int dropBulkReads = 0;
+
+ private:
+  GarminUnitSim& unit_;
+  std::mutex mutex_;
+  std::deque<std::string> interrupt_;
+  std::deque<std::string> bulk_;
+};
+
+}  // namespace pixtrail::sim

@@ -1,0 +1,124 @@
+// The Magellan waypoint and route text forms, alone and through the waypoint and route files.
+
+#include "tracks/track_format_magellan.hpp"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/test_support.hpp"
+
+namespace pixtrail {
+namespace {
+
+std::string framed(const std::string& body) { return magellanSentence({body}); }
+
+TEST(MagellanText, ReadsWaypointsWithOrWithoutTheLayoutLineAndReportsDamagedOnes) {
+  const std::string text = std::string(magellan_text::kWaypointLayout) + "\r\n" +
+                           framed("PMGNWPL,4025.122,N,00342.234,W,0000650,M,MADRID,Puerta del Sol,a") +
+                           "$PMGNWPL,4123.106,N,00210.404,E,0000012,M,BCN,Barceloneta,b*00\r\n" +  // damaged
+                           framed("PMGNWPL,3351.408,S,15112.918,E,,M,SYDNEY,,") + "$PMGNCMD,END*3D\r\n";
+  TBalizas w;
+  std::string message;
+  EXPECT_FALSE(parseMagellanWaypointText(text, w, message));
+  EXPECT_NE(message.find("Error in NMEA message in checksum section"), std::string::npos) << message;
+  ASSERT_EQ(w.waypoints.size(), 2u) << "the damaged sentence is left out, the rest read";
+  EXPECT_EQ(w.waypoints[0].description, "Puerta del Sol");
+  EXPECT_EQ(w.waypoints[0].symbol, "a");
+  EXPECT_NEAR(w.waypoints[0].position.lat, 40 + 25.122 / 60, 1e-12);
+  EXPECT_NEAR(w.waypoints[0].position.lon, -(3 + 42.234 / 60), 1e-12);
+  EXPECT_EQ(w.waypoints[0].position.alt, 650.0f);
+  EXPECT_FALSE(hasAltitude(w.waypoints[1].position.alt)) << "an empty altitude is none, not zero";
+  EXPECT_NEAR(w.waypoints[1].position.lat, -(33 + 51.408 / 60), 1e-12);
+}
+
+TEST(MagellanText, WrittenWaypointsReadBackTheSame) {
+  TBalizas w;
+  const struct {
+    const char* name;
+    double lat, lon;
+    float alt;
+  } rows[] = {{"N-E", 0.0, 0.0, 0}, {"S-W", -89.99999, -179.99999, -400}, {"N-W", 60.0, -0.000001, 8848}};
+  for (const auto& r : rows) {
+    TBaliza& b = w.waypoints.emplace();
+    b.name = r.name;
+    b.position = {r.lon, r.lat, r.alt};
+  }
+  const std::string text = magellanWaypointText(w);
+  EXPECT_EQ(text.rfind(std::string(magellan_text::kWaypointLayout) + "\r\n", 0), 0u);
+  EXPECT_EQ(text.substr(text.size() - 17), "$PMGNCMD,END*3D\r\n");
+  TBalizas back;
+  std::string message;
+  ASSERT_TRUE(parseMagellanWaypointText(text, back, message)) << message;
+  ASSERT_EQ(back.waypoints.size(), 3u);
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_EQ(back.waypoints[i].name, rows[i].name);
+    // Four decimals of a minute: 0.0001' is under 2e-6 degrees.
+    EXPECT_NEAR(back.waypoints[i].position.lat, rows[i].lat, 2e-6) << rows[i].name;
+    EXPECT_NEAR(back.waypoints[i].position.lon, rows[i].lon, 2e-6) << rows[i].name;
+    EXPECT_EQ(back.waypoints[i].position.alt, rows[i].alt) << rows[i].name;
+  }
+}
+
+TEST(MagellanText, RoutesResolveTheirWaypointsAndKeepTheirNames) {
+  TRutas routes;
+  for (const char* name : {"OUT", "BACK"}) {
+    TRuta& r = routes.routes.emplace();
+    r.name = name;
+    for (int i = 0; i < 3; ++i) {
+      TBaliza& b = r.waypoints.emplace();
+      b.name = std::string("P") + std::to_string(name[0] == 'O' ? i : 2 - i);  // the same places, reversed
+      b.position = {i * 0.5, 40.0 + i, 100.0f * static_cast<float>(i)};
+      if (name[0] == 'B') b.position = {(2 - i) * 0.5, 42.0 - i, 100.0f * static_cast<float>(2 - i)};
+    }
+  }
+  const std::string text = magellanRouteText(routes);
+  TRutas back;
+  std::string message;
+  ASSERT_TRUE(parseMagellanRouteText(text, back, message)) << message;
+  ASSERT_EQ(back.routes.size(), 2u);
+  EXPECT_EQ(back.routes[1].name, "BACK");
+  ASSERT_EQ(back.routes[1].waypoints.size(), 3u);
+  EXPECT_EQ(back.routes[1].waypoints[0].name, "P2");
+  EXPECT_NEAR(back.routes[1].waypoints[0].position.lat, 42.0, 2e-6);
+  // Each waypoint is written once even though both routes name it.
+  std::size_t wpl = 0;
+  for (std::size_t at = text.find("$PMGNWPL"); at != std::string::npos; at = text.find("$PMGNWPL", at + 1)) ++wpl;
+  EXPECT_EQ(wpl, 3u);
+}
+
+TEST(MagellanText, ARouteNamingAnUnknownWaypointIsRefusedWhole) {
+  const std::string text = framed("PMGNWPL,4025.122,N,00342.234,W,0000650,M,A,,a") +
+                           framed("PMGNRTE,1,1,c,1,GOOD,A,a") + framed("PMGNRTE,1,1,c,2,BAD,A,a,GHOST,a");
+  TRutas routes;
+  std::string message;
+  EXPECT_FALSE(parseMagellanRouteText(text, routes, message));
+  EXPECT_EQ(message, "NMEA-Mag: Baliza de ruta no encontrada (route 2)");
+  EXPECT_TRUE(routes.routes.empty()) << "nothing half-read reaches the caller";
+}
+
+TEST(MagellanText, TheWaypointAndRouteFilesChooseTheFormByContentAndExtension) {
+  test::TempDir dir;
+  TBalizas w;
+  TBaliza& b = w.waypoints.emplace();
+  b.name = "HOME";
+  b.position = {2.0, 41.0, 10.0f};
+  std::string message;
+  ASSERT_TRUE(writeWaypointFile(w, dir / "a.upt", {}, {}, false, message)) << message;
+  EXPECT_TRUE(looksLikeMagellanText(test::readFileBytes(dir / "a.upt")));
+  TBalizas back;
+  ASSERT_TRUE(readWaypointFile(dir / "a.upt", back, message)) << message;
+  ASSERT_EQ(back.waypoints.size(), 1u);
+  EXPECT_EQ(back.waypoints[0].name, "HOME");
+  // A native file stays native; a Magellan route file is written back as one.
+  ASSERT_TRUE(writeWaypointFile(back, dir / "a.wpt", {}, {}, false, message)) << message;
+  EXPECT_FALSE(looksLikeMagellanText(test::readFileBytes(dir / "a.wpt")));
+  test::writeFileBytes(dir / "in.rte", framed("PMGNWPL,4100.000,N,00200.000,E,0000010,M,HOME,,a") +
+                                           framed("PMGNRTE,1,1,c,1,HOME,a"));
+  TRutas r;
+  ASSERT_TRUE(readRouteFile(dir / "in.rte", r, message)) << message;
+  EXPECT_TRUE(r.magellanText);
+  ASSERT_TRUE(writeRouteFile(r, dir / "out.rte", {}, {}, false, message)) << message;
+  EXPECT_TRUE(looksLikeMagellanText(test::readFileBytes(dir / "out.rte")));
+}
+
+}  // namespace
+}  // namespace pixtrail
