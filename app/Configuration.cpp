@@ -114,7 +114,8 @@ bool Configuration::load(const std::filesystem::path& file, std::string& message
     return true;
   }
   std::string content;
-  if (!readWholeFile(file, content, message) || !parse(content, file.string(), message)) return false;
+  if (!readWholeFile(file, content, message, limits::kMaxSettingsFileBytes) || !parse(content, file.string(), message))
+    return false;
   writable_ = true;
   return true;
 }
@@ -156,7 +157,12 @@ bool Configuration::save(std::string& message) {
   boost::property_tree::ini_parser::write_ini(out, tree_);
   std::error_code ec;
   if (file_.has_parent_path()) std::filesystem::create_directories(file_.parent_path(), ec);
-  return writeFileSafely(file_, withCrLf(out.str()), SafeWriteOptions{}, message);
+  // A gps.ini kept elsewhere and linked into the user's own folder (a dotfiles repository) is
+  // written where it lives; the link stays.
+  std::filesystem::path target = file_;
+  if (std::filesystem::is_symlink(file_, ec)) target = std::filesystem::canonical(file_, ec);
+  if (ec) target = file_;
+  return writeFileSafely(target, withCrLf(out.str()), SafeWriteOptions{}, message);
 }
 
 void Configuration::detach() {

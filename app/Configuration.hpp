@@ -141,6 +141,7 @@ class Configuration {
   BoolSetting waypointLabelBox{*this, "Balizas", "Etiqueta_Recuadro", WaypointDefaults{}.displayFlag1 != 0};
   IntSetting workingDatum{*this, "Coordenadas", "Datum_Trabajo", 0};
   // -- Coordinate texts
+  IntSetting angleFormat{*this, "Coordenadas", "Formato_Coordenadas", CoordinateTextSettings{}.angleFormat};
   // Compatibility: grads from Paris with the longitude's own hemisphere letter (see coordinate_text.hpp).
   BoolSetting parisLetterFromLongitude{*this, "Coordenadas", "Letra_Paris_Por_Longitud",
                                        CoordinateTextSettings{}.parisLetterFromLongitude};
@@ -151,7 +152,6 @@ class Configuration {
   IntSetting fileCoordinateMode{*this, "Coordenadas", "Modo_Coordenadas_Ficheros", 0};
   TextSetting fileDatum{*this, "Coordenadas", "Datum_Ficheros", "WGS 84"};
   // -- Desktop program
-  IntSetting angleFormat{*this, "Coordenadas", "Formato_Coordenadas", 1};     // AngleFormat
   TextSetting displayProjection{*this, "Coordenadas", "Proyeccion_Pantalla", ""};  // short name; empty: none
   BoolSetting mapTiles{*this, "Internet", "Mapa_Teselas", true};
   TextSetting tileUrl{*this, "Internet", "Url_Teselas", "https://tile.openstreetmap.org/{z}/{x}/{y}.png"};

@@ -5,10 +5,14 @@
 #include <atomic>
 #include <cmath>
 #include <cstdio>
+#include <limits>
+#include <map>
 #include <mutex>
+#include <set>
 #include <thread>
 
 #include "coords/TListaDatums.hpp"
+#include "core/SafeFile.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "photos/TCjtoFotos.hpp"
@@ -41,6 +45,12 @@ bool collectPhotos(const std::vector<std::filesystem::path>& inputs, TCjtoFotos&
         appendMessage(message, input.string() + ": " + folderMessage);
         continue;
       }
+      // A folder read while another program replaces files in it may list one photo twice.
+      std::set<std::filesystem::path> seen;
+      for (std::size_t i = 0; i < group->photos.size();) {
+        if (seen.insert(group->photos[i].fileName).second) ++i;
+        else group->photos.erase(i);
+      }
       any = true;  // unreadable photos stay in the group and are reported one by one
       continue;
     }
@@ -53,7 +63,12 @@ bool collectPhotos(const std::vector<std::filesystem::path>& inputs, TCjtoFotos&
     auto photo = std::make_unique<TFoto>();
     photo->exif.setGpsQuirks(photos.gpsQuirks);
     std::string ignored;  // kept in the photo's own load message
-    photo->load(input, ignored);
+    try {
+      photo->load(input, ignored);
+    } catch (const std::exception& e) {
+      photo->readable = false;
+      photo->loadMessage = std::string("Error reading the photo: ") + e.what();
+    }
     group->photos.add(std::move(photo));
     photos.groups.add(std::move(group));
     any = true;
@@ -79,6 +94,9 @@ std::string plannedEntries(const std::string& jpeg) {
   return lines;
 }
 
+constexpr double kMaxLatDeg = 90.0;
+constexpr double kMaxLonDeg = 180.0;
+
 // Everything that needs the datum table, done on the calling thread: the position goes to WGS 84
 // and the result reports it as the file's rationals will hold it. False: the photo failed.
 bool preparePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& result) {
@@ -86,6 +104,13 @@ bool preparePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult&
   TCoord wgs84 = photo.position;
   if (!datumTable().Transforma_Grados_Datum(wgs84, photo.datum, kDatumWgs84, message)) {
     appendMessage(message, "Error saving coordinates");
+    result.status = GeotagStatus::Error;
+    return false;
+  }
+  // A damaged track or grid must never reach the photo as a position (NaN would be written as 0).
+  if (!std::isfinite(wgs84.lat) || !std::isfinite(wgs84.lon) || !std::isfinite(wgs84.alt) ||
+      std::fabs(wgs84.lat) > kMaxLatDeg || std::fabs(wgs84.lon) > kMaxLonDeg) {
+    appendMessage(message, "No valid position for this photo");
     result.status = GeotagStatus::Error;
     return false;
   }
@@ -99,28 +124,38 @@ bool preparePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult&
     result.lat = written.lat;
     result.lon = written.lon;
     result.altM = written.altM;
+    // No elevation on the track: the photo gets no altitude, say none rather than 0 m.
+    if (preview.FindTag(kGpsIfd, kGpsAltitude) < 0) result.altM = std::numeric_limits<double>::quiet_NaN();
   }
   result.written = options.inPlace ? photo.fileName : options.outDir / photo.fileName.filename();
   return true;
 }
 
 // The file work of one photo; photos are independent, so several run at once.
-void writePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& result) {
+void writePhotoFile(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& result) {
   std::string& message = result.message;
-  if (options.writeError && result.hasConfidence)
-    photo.exif.SetTag(kGpsIfd, kGpsHPositioningError, kTypeRational, 1,
-                      positioningErrorRational(result.confidence.errorM));
+  if (options.writeError && result.hasConfidence) {
+    TTifTag error;
+    error.key = kGpsHPositioningError;
+    error.type = kTypeRational;
+    error.count = 1;
+    error.data = positioningErrorRational(result.confidence.errorM);
+    photo.fixEntries.push_back(error);
+  }
   if (options.dryRun) {
     std::string jpeg;
-    photo.exif.SetGpsWgs84(photo.position);
-    if (!photo.exif.Render(jpeg, message)) {
+    if (!photo.SetFix(message) || !photo.exif.Render(jpeg, message)) {
       result.status = GeotagStatus::Error;
       return;
     }
     result.planned = plannedEntries(jpeg);
     result.status = GeotagStatus::Tagged;
   } else {
-    result.status = photo.Save(result.written, message) ? GeotagStatus::Tagged : GeotagStatus::Error;
+    SafeWriteOptions write;
+    write.keepModificationTime = options.keepMtime;
+    write.allowReadOnly = options.allowReadOnly;
+    write.removeLeftovers = false;  // once per folder, before the writers start
+    result.status = photo.Save(result.written, message, write) ? GeotagStatus::Tagged : GeotagStatus::Error;
   }
   if (result.status != GeotagStatus::Tagged) return;
   result.dropped = photo.exif.dropped();
@@ -129,6 +164,30 @@ void writePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& r
     for (const std::string& name : result.dropped) names += (names.empty() ? "" : ", ") + name;
     appendMessage(message, "Left out of the photo: " + names);
   }
+}
+
+// A photo that fails in any way is reported and skipped; the others and the summary go on.
+void writePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& result) {
+  try {
+    writePhotoFile(options, photo, result);
+  } catch (const std::exception& e) {
+    result.status = GeotagStatus::Error;
+    appendMessage(result.message, std::string("Error writing the photo: ") + e.what());
+  }
+}
+
+// Two photos of one name from different folders would land on one output: both are refused
+// rather than one silently holding the other.
+void refuseSharedOutputs(std::vector<std::pair<TFoto*, GeotagPhotoResult*>>& toWrite) {
+  std::map<std::filesystem::path, std::size_t> count;
+  for (const auto& [photo, result] : toWrite) ++count[result->written.lexically_normal()];
+  std::erase_if(toWrite, [&](const std::pair<TFoto*, GeotagPhotoResult*>& item) {
+    GeotagPhotoResult& result = *item.second;
+    if (count[result.written.lexically_normal()] < 2) return false;
+    result.status = GeotagStatus::Error;
+    appendMessage(result.message, "Another photo would be written to the same file: " + result.written.string());
+    return true;
+  });
 }
 
 // Each written photo waits for its own flush to disk; with several in flight the disk and the
@@ -177,6 +236,19 @@ bool parseClockOffset(std::string_view text, double& seconds) {
   return true;
 }
 
+namespace {
+
+// Callers without the clock report still learn why nothing was written.
+bool refusedWithMessage(const GeotagClockReport& clock, std::string& message) {
+  if (!clock.refused) return false;
+  std::string text = "The camera clock offset looks wrong: " + clock.check.message;
+  if (clock.check.better.found()) text += "; likely offset " + formatSignedClock(clock.check.better.correction.offsetS);
+  appendMessage(message, text);
+  return true;
+}
+
+}  // namespace
+
 PhotoClocks photoClocks(const TCjtoFotos& photos, const TimeZone& zone) {
   PhotoClocks out;
   for (const TFotos& group : photos.groups) {
@@ -211,7 +283,8 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
                       std::vector<GeotagPhotoResult>& results, std::string& message,
                       const GeotagProgress& progress) {
   GeotagClockReport clock;
-  return geotagWithTracks(options, tracks, results, clock, message, progress);
+  if (!geotagWithTracks(options, tracks, results, clock, message, progress)) return false;
+  return !refusedWithMessage(clock, message);
 }
 
 bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
@@ -287,7 +360,7 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
         const DateTimeValue lineTime = clock.applied.apply(s.clock);
         DateTimeValue cameraTime = 0.0;
         photo.time.toValue(cameraTime);
-        result.offsetS = (lineTime - cameraTime) * kSecondsPerDay;
+        result.offsetS = std::round((lineTime - cameraTime) * kSecondsPerDay * 1000.0) / 1000.0;  // date noise off
         TrackTimeline::Hit hit;
         if (!timeline.locate(lineTime, hit)) {
           result.status = GeotagStatus::NotCovered;
@@ -320,6 +393,12 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
       }
       if (progress) progress(++done, total);
     }
+  }
+  if (!options.dryRun) {
+    refuseSharedOutputs(toWrite);
+    std::set<std::filesystem::path> folders;
+    for (const auto& item : toWrite) folders.insert(item.second->written.parent_path());
+    for (const auto& folder : folders) removeLeftoverTemporaries(folder.empty() ? std::filesystem::path(".") : folder);
   }
   std::mutex progressLock;
   std::atomic<std::size_t> next{0};
@@ -356,26 +435,52 @@ std::filesystem::path markedTrackName(const std::filesystem::path& file, std::si
 bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, std::string& message,
                   const GeotagProgress& progress) {
   GeotagClockReport clock;
-  std::vector<std::filesystem::path> markedTracks;
-  return geotagPhotos(options, results, clock, markedTracks, message, progress);
+  std::vector<std::filesystem::path> ignored;
+  if (!geotagPhotos(options, results, clock, ignored, message, progress)) return false;
+  return !refusedWithMessage(clock, message);
 }
 
 bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, GeotagClockReport& clock,
                   std::string& message, const GeotagProgress& progress) {
-  std::vector<std::filesystem::path> markedTracks;
-  return geotagPhotos(options, results, clock, markedTracks, message, progress);
+  std::vector<std::filesystem::path> ignored;
+  return geotagPhotos(options, results, clock, ignored, message, progress);
+}
+
+bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results,
+                  std::vector<std::filesystem::path>& markedTracks, std::string& message,
+                  const GeotagProgress& progress) {
+  GeotagClockReport clock;
+  if (!geotagPhotos(options, results, clock, markedTracks, message, progress)) return false;
+  return !refusedWithMessage(clock, message);
 }
 
 bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, GeotagClockReport& clock,
                   std::vector<std::filesystem::path>& markedTracks, std::string& message,
                   const GeotagProgress& progress) {
   markedTracks.clear();
-  const TrackFileSettings& settings = options.trackFiles;
+  TrackFileSettings settings = options.trackFiles;
+  settings.mustNotExist = !options.overwriteMarkTrack;
   VectorP<TVolGPS> tracks;
   for (const auto& file : options.tracks) {
     auto track = std::make_unique<TVolGPS>();
     if (!openTrack(file, *track, settings, message)) return false;
     tracks.add(std::move(track));
+  }
+  // Every name the marked tracks will take is checked before the first photo is written.
+  if (!options.markTrackFile.empty() && !options.dryRun) {
+    for (std::size_t t = 0; t < tracks.size(); ++t) {
+      const std::filesystem::path name = markedTrackName(options.markTrackFile, t);
+      if (!isTrackSaveExtension(name)) {
+        appendMessage(message, "Unknown file format saving tracks: " + extensionOf(name));
+        return false;
+      }
+      const std::filesystem::path written = savedTrackFileName(tracks[t], name);
+      std::error_code ec;
+      if (!options.overwriteMarkTrack && std::filesystem::exists(std::filesystem::symlink_status(written, ec))) {
+        appendMessage(message, "File already exists (use --overwrite): " + written.string());
+        return false;
+      }
+    }
   }
   if (!geotagWithTracks(options, tracks, results, clock, message, progress)) return false;
   if (options.markTrackFile.empty() || options.dryRun || clock.refused) return true;

@@ -26,18 +26,21 @@ struct GeotagOptions {
   std::filesystem::path outDir;               // new files here, never overwriting
   bool inPlace = false;                       // rewrite the originals safely instead
   std::filesystem::path markTrackFile;        // save the track with the photos marked on it
+  bool overwriteMarkTrack = false;            // replace an existing markTrackFile
+  bool keepMtime = false;                     // written photos keep the original's modification time
+  bool allowReadOnly = false;                 // rewrite photos whose write permission is off
   bool dryRun = false;                        // build everything, write nothing
-  // How the tracks are read and the marked tracks written; front ends fill it from the
-  // configuration and put their own options on top.
-  TrackFileSettings trackFiles;
   // Camera time. Unset, capture times are taken on the tracks' own scale, as they stand.
   std::string timeZone;                       // the camera's local zone: an IANA name or "local"
-  double driftSPerHour = 0.0;                 // the clock gains this much per hour after the first photo
+  double driftSPerHour = 0.0;                 // added to the offset per hour after the earliest photo
   bool autoOffset = false;                    // estimate offset and drift and use them
   bool force = false;                         // write even when the offset looks wrong
   double maxJumpM = 0.0;                      // refuse to interpolate across a longer step; 0: no limit
   bool writeError = false;                    // also write GPSHPositioningError
   bool exactQuirks = false;                   // the writer's described quirks, byte for byte
+  // How the tracks are read and the marked tracks written; front ends fill it from the
+  // configuration and put their own options on top.
+  TrackFileSettings trackFiles;
 };
 
 enum class GeotagStatus { Tagged, NoTime, NotCovered, Error };
@@ -49,7 +52,7 @@ struct GeotagPhotoResult {
   DateTimeRecord time;            // capture time as the camera wrote it
   bool hasTime = false;
   GeotagStatus status = GeotagStatus::Error;
-  double lat = 0.0, lon = 0.0, altM = 0.0;  // WGS 84, as written into the photo
+  double lat = 0.0, lon = 0.0, altM = 0.0;  // WGS 84, as written into the photo (altM NaN: none written)
   std::string message;
   std::string planned;  // dry run: the GPS entries the photo would get, one dump line each
   double offsetS = 0.0;        // clock correction applied to this photo (zone, offset, drift)
@@ -79,9 +82,15 @@ bool parseClockOffset(std::string_view text, double& seconds);
 using GeotagProgress = std::function<void(std::size_t done, std::size_t total)>;
 
 // Runs the job. False (with the message) only when it cannot start: no track could be opened, no
-// photo found, the output folder cannot be made. Per-photo failures are in `results`.
+// photo found, the output folder cannot be made, or the clock offset looks wrong (nothing written;
+// the overloads with a clock report below tell that apart). Per-photo failures are in `results`.
 bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, std::string& message,
                const GeotagProgress& progress = {});
+// The same, telling the names the marked tracks were written under (a writer may change the
+// extension it was given).
+bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results,
+                  std::vector<std::filesystem::path>& markedTracks, std::string& message,
+                  const GeotagProgress& progress = {});
 
 // The same over tracks already in memory (they are marked when asked).
 bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
@@ -92,8 +101,6 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
 // so, `refused` is set, `results` stay empty and nothing is written; the call still succeeds.
 bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, GeotagClockReport& clock,
                   std::string& message, const GeotagProgress& progress = {});
-// The same, telling the names the marked tracks were written under (a writer may change the
-// extension it was given).
 bool geotagPhotos(const GeotagOptions& options, std::vector<GeotagPhotoResult>& results, GeotagClockReport& clock,
                   std::vector<std::filesystem::path>& markedTracks, std::string& message,
                   const GeotagProgress& progress = {});

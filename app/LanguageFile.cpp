@@ -7,7 +7,7 @@ namespace pixtrail {
 
 bool LanguageFile::load(const std::filesystem::path& file, std::string& message) {
   std::string content;
-  if (!readWholeFile(file, content, message)) return false;
+  if (!readWholeFile(file, content, message, limits::kMaxSettingsFileBytes)) return false;
   return loadText(content);
 }
 

@@ -21,6 +21,7 @@ constexpr double kMinSlopeBaseH = 0.25;
 constexpr double kSuspectS = 60.0;
 constexpr double kQuarterHourS = 900.0;
 constexpr std::size_t kEvidenceKept = 5;
+constexpr std::size_t kMinStopsToRefine = 2;
 
 struct MethodName {
   OffsetMethod method;
@@ -247,18 +248,20 @@ struct Refined {
   double halfWidthS = 0.0;
 };
 Refined refineAround(const std::vector<ClockSample>& samples, const TrackTimeline& timeline,
-                     const ClockCorrection& base, const OffsetEvidence& zoneLike, const OffsetSearchSettings& settings) {
-  const int steps = static_cast<int>(kQuarterHourS / 2.0 / settings.fineStepS);
+                     const ClockCorrection& base, const OffsetEvidence& zoneLike, double centreS, double halfWidthS,
+                     double stepS, const OffsetSearchSettings& settings) {
+  const int steps = static_cast<int>(halfWidthS / stepS);
   std::vector<OffsetEvidence> around;
   for (int k = -steps; k <= steps; ++k) {
     ClockCorrection c = base;
-    c.offsetS = zoneLike.offsetS + k * settings.fineStepS;
+    c.offsetS = centreS + k * stepS;
     around.push_back(scoreOffset(samples, timeline, c, settings));
   }
   const OffsetEvidence top = *std::max_element(
       around.begin(), around.end(), [](const OffsetEvidence& a, const OffsetEvidence& b) { return a.score() < b.score(); });
   Refined r{zoneLike, zoneLike.offsetS, kQuarterHourS / 2.0};
-  if (top.stopped == 0) return r;
+  // One photo at a stop could be chance; it takes a few to pin the seconds down.
+  if (top.stopped < std::max<std::size_t>(kMinStopsToRefine, top.covered / 4)) return r;
   r.best.covered = top.covered;
   r.best.stopped = top.stopped;
   double nearest = std::numeric_limits<double>::infinity();
@@ -270,14 +273,25 @@ Refined refineAround(const std::vector<ClockSample>& samples, const TrackTimelin
     std::size_t j = i;
     while (j + 1 < around.size() && around[j + 1].score() == top.score()) ++j;
     const double centre = (around[i].offsetS + around[j].offsetS) / 2.0;
-    if (std::fabs(centre - zoneLike.offsetS) < nearest) {
-      nearest = std::fabs(centre - zoneLike.offsetS);
+    if (std::fabs(centre - centreS) < nearest) {
+      nearest = std::fabs(centre - centreS);
       r.offsetS = centre;
-      r.halfWidthS = (around[j].offsetS - around[i].offsetS) / 2.0 + settings.fineStepS / 2.0;
+      r.halfWidthS = (around[j].offsetS - around[i].offsetS) / 2.0 + stepS / 2.0;
     }
     i = j + 1;
   }
   return r;
+}
+
+// Coarse steps over the whole half step first, then fine ones around the best of them.
+Refined refine(const std::vector<ClockSample>& samples, const TrackTimeline& timeline, const ClockCorrection& base,
+               const OffsetEvidence& zoneLike, const OffsetSearchSettings& settings) {
+  const double coarseS = 3.0 * settings.fineStepS;
+  const Refined coarse =
+      refineAround(samples, timeline, base, zoneLike, zoneLike.offsetS, kQuarterHourS / 2.0, coarseS, settings);
+  if (coarse.offsetS == zoneLike.offsetS && coarse.halfWidthS == kQuarterHourS / 2.0) return coarse;
+  return refineAround(samples, timeline, base, zoneLike, coarse.offsetS, coarse.halfWidthS + coarseS,
+                      settings.fineStepS, settings);
 }
 
 // Zone-like candidates whose coverage earns them the finer look.
@@ -297,8 +311,14 @@ OffsetEstimate estimateFromPhotos(const std::vector<ClockSample>& samples, const
     c.offsetS = k * kQuarterHourS;
     candidates.push_back(scoreOffset(samples, timeline, c, settings));
   }
-  auto better = [](const OffsetEvidence& a, const OffsetEvidence& b) {
+  // On a tie, whole hours before half hours before quarter hours (as zones are), then the smaller.
+  auto rank = [](double offsetS) {
+    const double hours = std::fabs(offsetS) / kSecondsPerHour;
+    return hours == std::floor(hours) ? 0 : hours * 2 == std::floor(hours * 2) ? 1 : 2;
+  };
+  auto better = [&](const OffsetEvidence& a, const OffsetEvidence& b) {
     if (a.score() != b.score()) return a.score() > b.score();
+    if (rank(a.offsetS) != rank(b.offsetS)) return rank(a.offsetS) < rank(b.offsetS);
     return std::fabs(a.offsetS) < std::fabs(b.offsetS);
   };
   // A clock a minute or two off moves photos off their stops at the exact zone offset, so each
@@ -310,7 +330,7 @@ OffsetEstimate estimateFromPhotos(const std::vector<ClockSample>& samples, const
   candidates.resize(std::min(candidates.size(), kCandidatesRefined));
   std::vector<Refined> refined;
   for (const OffsetEvidence& c : candidates)
-    refined.push_back(refineAround(samples, timeline, out.correction, c, settings));
+    refined.push_back(refine(samples, timeline, out.correction, c, settings));
   std::stable_sort(refined.begin(), refined.end(),
                    [&](const Refined& a, const Refined& b) { return better(a.best, b.best); });
   for (std::size_t i = 0; i < refined.size() && i < kEvidenceKept; ++i) out.evidence.push_back(refined[i].best);

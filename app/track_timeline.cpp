@@ -43,6 +43,18 @@ TrackTimeline::TrackTimeline(const VectorP<TVolGPS>& tracks, std::vector<TrackTi
                              const TrackSettings& settings)
     : tracks_(tracks), scales_(std::move(scales)), zone_(zone), settings_(settings) {
   scales_.resize(tracks_.size(), TrackTimeScale::Utc);
+  for (const TVolGPS& track : tracks_) {
+    std::vector<Box>& boxes = boxes_.emplace_back();
+    boxedPoints_.push_back(track.pointCount());
+    for (std::size_t start = 0; start < track.pointCount(); start += kChunk) {
+      Box b{90.0, -90.0, 180.0, -180.0};
+      for (std::size_t k = start == 0 ? 0 : start - 1; k < std::min(start + kChunk, track.pointCount()); ++k) {
+        const TCoord& p = track.point(k).position;
+        b = {std::min(b.minLat, p.lat), std::max(b.maxLat, p.lat), std::min(b.minLon, p.lon), std::max(b.maxLon, p.lon)};
+      }
+      boxes.push_back(b);
+    }
+  }
 }
 
 DateTimeValue TrackTimeline::toTrackTime(std::size_t track, DateTimeValue lineTime) const {
@@ -54,7 +66,7 @@ DateTimeValue TrackTimeline::toLineTime(std::size_t track, DateTimeValue trackTi
 }
 
 bool TrackTimeline::locate(DateTimeValue lineTime, Hit& out) const {
-  for (std::size_t t = 0; t < tracks_.size(); ++t) {
+  for (std::size_t t = 0; t < std::min(tracks_.size(), scales_.size()); ++t) {
     const DateTimeValue trackTime = toTrackTime(t, lineTime);
     PositionAtTime where = tracks_[t].positionAtTime(trackTime, settings_);
     if (!where.covered()) continue;
@@ -76,12 +88,21 @@ std::vector<TrackTimeline::Pass> TrackTimeline::passesNear(const TCoord& place, 
   std::vector<Pass> passes;
   const Plane plane{place.lat, place.lon, std::cos(place.lat * std::numbers::pi / 180.0)};
   const double maxGapDays = settings_.maxGapSeconds / kSecondsPerDay;
+  const double marginLat = radiusM / kMetresPerDegree;
+  const double marginLon = radiusM / (kMetresPerDegree * std::max(plane.cosLat0, 1e-6));
   auto distanceOf = [&](const TPuntVol& p) { return std::hypot(plane.x(p.position), plane.y(p.position)); };
-  for (std::size_t t = 0; t < tracks_.size(); ++t) {
+  for (std::size_t t = 0; t < std::min(tracks_.size(), boxes_.size()); ++t) {
     const TVolGPS& track = tracks_[t];
     const std::size_t n = track.pointCount();
+    const bool boxed = boxedPoints_[t] == n;
     std::size_t i = 1;
     while (i < n) {
+      const Box& box = boxed ? boxes_[t][i / kChunk] : Box{-90.0, 90.0, -180.0, 180.0};
+      if (place.lat < box.minLat - marginLat || place.lat > box.maxLat + marginLat ||
+          place.lon < box.minLon - marginLon || place.lon > box.maxLon + marginLon) {
+        i = (i / kChunk + 1) * kChunk;
+        continue;
+      }
       // A run: consecutive steps, each within the radius, none across a segment break or a gap.
       auto usable = [&](std::size_t k) {
         const DateTimeValue t0 = track.pointTime(k - 1), t1 = track.pointTime(k);

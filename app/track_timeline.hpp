@@ -16,7 +16,7 @@ namespace pixtrail {
 class TrackTimeline {
  public:
   // `scales` has one entry per track (missing entries count as UTC). The tracks and the zone must
-  // outlive the timeline.
+  // outlive the timeline; tracks added later are not seen.
   TrackTimeline(const VectorP<TVolGPS>& tracks, std::vector<TrackTimeScale> scales, const TimeZone& zone,
                 const TrackSettings& settings);
 
@@ -45,7 +45,15 @@ class TrackTimeline {
   static constexpr double kSpeedWindowS = 30.0;
 
  private:
+  // Bounding boxes of runs of kChunk steps (the point before each run included), so a search for
+  // passes skips the stretches of track that never come near.
+  static constexpr std::size_t kChunk = 64;
+  struct Box {
+    double minLat, maxLat, minLon, maxLon;
+  };
   const VectorP<TVolGPS>& tracks_;
+  std::vector<std::vector<Box>> boxes_;
+  std::vector<std::size_t> boxedPoints_;  // a track that changed since is searched without its boxes
   std::vector<TrackTimeScale> scales_;
   const TimeZone& zone_;
   TrackSettings settings_;

@@ -42,6 +42,8 @@ int runConvert(const ConvertCommandOptions& options, const GlobalOptions& global
   if (!options.fileDatum.empty() && !datumFromFileName(options.fileDatum, settings.file.datum, message))
     return fail(options.fileDatum, message, kExitUsage);
   settings.keepBackup = options.overwrite;
+  // Checked again when the file is linked in, so that two runs to one new name never both succeed.
+  settings.mustNotExist = !options.overwrite;
   const DataFileKind in = dataFileKind(options.input), out = dataFileKind(options.output);
   if (in != out) return fail(options.output, "Tracks, waypoints and routes convert only into their own kind", kExitUsage);
 

@@ -1,5 +1,6 @@
 #include "cli/CoordProjectCommand.hpp"
 
+#include <cmath>
 #include <cstdio>
 #include <memory>
 
@@ -40,6 +41,11 @@ int runCoordProject(const CoordProjectOptions& options, const GlobalOptions& glo
     }
     GridCoord grid;
     if (!p.project(position, datum, grid, why)) return false;
+    // Near a projection's singularities the formulas give infinities rather than failing.
+    if (!std::isfinite(grid.x) || !std::isfinite(grid.y) || !std::isfinite(grid.z)) {
+      why = "The projection gives no position here";
+      return false;
+    }
     appendFixed(output, grid.x, decimals);
     output += ' ';
     appendFixed(output, grid.y, decimals);

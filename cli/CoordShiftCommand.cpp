@@ -33,12 +33,16 @@ bool shiftFields(const std::vector<std::string_view>& fields, int from, int to, 
                                (fields.size() == 3 ? " " + std::string(fields[2]) : ""));
     return false;
   }
-  if (std::fabs(*lat) > kMaxLatDeg || std::fabs(*lon) > kMaxLonDeg) {
+  if (!(std::fabs(*lat) <= kMaxLatDeg) || !(std::fabs(*lon) <= kMaxLonDeg) || !std::isfinite(*alt)) {
     appendMessage(message, "Position out of range");
     return false;
   }
   TCoord p{*lon, *lat, static_cast<float>(*alt)};
   if (!datumTable().Transforma_Grados_Datum(p, from, to, message)) return false;
+  if (!std::isfinite(p.lat) || !std::isfinite(p.lon)) {
+    appendMessage(message, "The shift gives no position here");
+    return false;
+  }
   char line[96];
   if (fields.size() == 3) std::snprintf(line, sizeof line, "%.9f %.9f %.4f", p.lat, p.lon, *alt);
   else std::snprintf(line, sizeof line, "%.9f %.9f", p.lat, p.lon);

@@ -1,5 +1,6 @@
 #include "cli/CoordUnprojectCommand.hpp"
 
+#include <cmath>
 #include <cctype>
 #include <cstdio>
 #include <memory>
@@ -48,6 +49,10 @@ int runCoordUnproject(const CoordUnprojectOptions& options, const GlobalOptions&
     }
     TCoord position;
     if (!p.unproject(grid, datum, position, why)) return false;
+    if (!std::isfinite(position.lat) || !std::isfinite(position.lon)) {
+      why = "The projection gives no position here";
+      return false;
+    }
     appendFixed(output, position.lat, 9);
     output += ' ';
     appendFixed(output, position.lon, 9);

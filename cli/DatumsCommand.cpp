@@ -1,5 +1,7 @@
 #include "cli/DatumsCommand.hpp"
 
+#include "cli/json_text.hpp"
+
 #include <cstdio>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -13,6 +15,12 @@ namespace pixtrail::cli {
 namespace {
 
 std::string gridName(const TDatum& d) { return d.grid ? d.grid->file().filename().string() : ""; }
+bool gridUsable(const TDatum& d) { return d.grid && d.grid->usable(); }
+// A damaged grid is listed, marked, so that the user sees why its datum shifts without it.
+std::string gridColumn(const TDatum& d) {
+  if (!d.grid) return "-";
+  return gridUsable(d) ? gridName(d) : gridName(d) + " (unusable)";
+}
 
 void printJson(const TListaDatums& table) {
   nlohmann::json out = nlohmann::json::array();
@@ -28,9 +36,10 @@ void printJson(const TListaDatums& table) {
                    {"device_number", d.deviceDatumNumber},
                    {"alt_names", latin1ToUtf8(d.alternativeNames)},
                    {"ecw_name", latin1ToUtf8(d.ecwName)},
-                   {"grid", d.grid ? nlohmann::json(gridName(d)) : nlohmann::json()}});
+                   {"grid", d.grid ? nlohmann::json(gridName(d)) : nlohmann::json()},
+                   {"grid_usable", d.grid ? nlohmann::json(gridUsable(d)) : nlohmann::json()}});
   }
-  std::printf("%s\n", out.dump(2).c_str());
+  std::printf("%s\n", jsonText(out).c_str());
 }
 
 // The columns of the program's datum list, with its number formats.
@@ -46,7 +55,7 @@ void printTable(const TListaDatums& table) {
     std::snprintf(dy, sizeof dy, "%lg", d.dY);
     std::snprintf(dz, sizeof dz, "%lg", d.dZ);
     std::printf("%4d  %-32s %-13s %-14s %8s %8s %8s %6d  %-16s %-40s %s\n", i, latin1ToUtf8(d.name).c_str(), a,
-                invf, dx, dy, dz, d.deviceDatumNumber, d.grid ? gridName(d).c_str() : "-",
+                invf, dx, dy, dz, d.deviceDatumNumber, gridColumn(d).c_str(),
                 latin1ToUtf8(d.alternativeNames).c_str(), d.ecwName.empty() ? "-" : latin1ToUtf8(d.ecwName).c_str());
   }
 }

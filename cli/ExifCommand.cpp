@@ -1,5 +1,7 @@
 #include "cli/ExifCommand.hpp"
 
+#include "cli/json_text.hpp"
+
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -92,7 +94,7 @@ int runExif(const ExifCommandOptions& options, const GlobalOptions& global) {
     if (options.json) all.push_back(toJson(report));
     else printText(report);
   }
-  if (options.json && !all.empty()) std::printf("%s\n", (all.size() == 1 ? all[0] : all).dump(2).c_str());
+  if (options.json && !all.empty()) std::printf("%s\n", jsonText(all.size() == 1 ? all[0] : all).c_str());
   if (failed == 0) return kExitOk;
   return failed == options.files.size() ? kExitUsage : kExitSomeFailed;
 }

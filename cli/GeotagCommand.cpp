@@ -1,7 +1,10 @@
 #include "cli/GeotagCommand.hpp"
 
+#include "cli/json_text.hpp"
+
 #include <unistd.h>
 
+#include <cmath>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -35,7 +38,9 @@ void printTable(const std::vector<GeotagPhotoResult>& results, bool dryRun) {
     std::printf("%-28s %-19s %-11s", name.c_str(), timeText(r).c_str(),
                 std::string(geotagStatusName(r.status)).c_str());
     if (r.status == GeotagStatus::Tagged) {
-      std::printf(" %14.9f %14.9f %10.4f", r.lat, r.lon, r.altM);
+      std::printf(" %14.9f %14.9f", r.lat, r.lon);
+      if (std::isnan(r.altM)) std::printf(" %10s", "-");
+      else std::printf(" %10.4f", r.altM);
       // How sure: the error estimate and the seconds to the nearest fix; "end" when not interpolated.
       if (r.hasConfidence)
         std::printf(" %8.1f %8.0f%s", r.confidence.errorM, r.confidence.nearestS, r.confidence.atEnd ? " end" : "");
@@ -43,6 +48,11 @@ void printTable(const std::vector<GeotagPhotoResult>& results, bool dryRun) {
     if (r.status != GeotagStatus::Tagged && !r.message.empty() && r.hasConfidence)
       std::printf(" %s", r.message.c_str());
     std::printf("\n");
+    if (!r.dropped.empty()) {  // never silently
+      std::string names;
+      for (const std::string& name : r.dropped) names += (names.empty() ? "" : ", ") + name;
+      std::printf("    left out: %s\n", names.c_str());
+    }
     if (dryRun && r.status == GeotagStatus::Tagged) {
       std::printf("    would write %s:\n", r.written.string().c_str());
       std::string lines = r.planned;
@@ -66,7 +76,7 @@ void printJson(const std::vector<GeotagPhotoResult>& results, bool dryRun) {
     const bool tagged = r.status == GeotagStatus::Tagged;
     row["lat"] = tagged ? nlohmann::json(r.lat) : nlohmann::json();
     row["lon"] = tagged ? nlohmann::json(r.lon) : nlohmann::json();
-    row["alt"] = tagged ? nlohmann::json(r.altM) : nlohmann::json();
+    row["alt"] = tagged && !std::isnan(r.altM) ? nlohmann::json(r.altM) : nlohmann::json();
     if (tagged) row["written"] = r.written.string();
     if (r.hasTime) row["offset_s"] = r.offsetS;
     if (r.hasConfidence) {
@@ -83,7 +93,7 @@ void printJson(const std::vector<GeotagPhotoResult>& results, bool dryRun) {
     if (tagged) row["dropped"] = r.dropped;
     out.push_back(row);
   }
-  std::printf("%s\n", out.dump(2).c_str());
+  std::printf("%s\n", jsonText(out).c_str());
 }
 
 // Says what was done with the camera clock; true when the run was refused.
@@ -133,6 +143,9 @@ void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& r
   CLI::Option* inPlace = cmd->add_flag("--in-place", options->inPlace, "Rewrite the original photos safely");
   out->excludes(inPlace);
   cmd->add_option("--mark-track", options->markTrack, "Save the track with the photos marked on it")->option_text("FILE");
+  cmd->add_flag("--overwrite", options->overwrite, "Replace an existing --mark-track file");
+  cmd->add_flag("--keep-mtime", options->keepMtime, "Written photos keep the original's modification time");
+  cmd->add_flag("--read-only", options->readOnly, "With --in-place, rewrite photos whose write permission is off too");
   cmd->add_flag("--dry-run", options->dryRun, "Show what would be written and write nothing");
   cmd->add_option("--max-gap", options->maxGapSeconds,
                   "Seconds between track points beyond which the time between them is not covered")
@@ -144,7 +157,7 @@ void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& r
       ->option_text("ZONE|local");
   CLI::Option* autoOffset =
       cmd->add_flag("--auto-offset", options->autoOffset, "Find the clock offset and drift and use them");
-  cmd->add_option("--drift", options->driftSPerHour, "The camera clock gains this many seconds per hour")
+  cmd->add_option("--drift", options->driftSPerHour, "Added to the offset per hour after the earliest photo (a camera gaining 2 s/h needs -2)")
       ->option_text("SECONDS_PER_HOUR")
       ->excludes(autoOffset);
   cmd->get_option("--offset")->excludes(autoOffset);
@@ -180,6 +193,9 @@ int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global) 
   job.outDir = options.outDir;
   job.inPlace = options.inPlace;
   job.markTrackFile = options.markTrack;
+  job.overwriteMarkTrack = options.overwrite;
+  job.keepMtime = options.keepMtime;
+  job.allowReadOnly = options.readOnly;
   job.dryRun = options.dryRun;
   if (options.maxGapSeconds > 0) job.trackFiles.track.maxGapSeconds = options.maxGapSeconds;
   job.timeZone = options.timeZone;

@@ -16,6 +16,9 @@ struct GeotagCommandOptions {
   std::string outDir;
   bool inPlace = false;
   std::string markTrack;
+  bool overwrite = false;  // replace an existing --mark-track file
+  bool keepMtime = false;
+  bool readOnly = false;  // rewrite read-only photos too
   bool dryRun = false;
   bool json = false;
   std::string logDate;          // YYYY-MM-DD for logs of times of day alone

@@ -1,5 +1,7 @@
 #include "cli/InfoCommand.hpp"
 
+#include "cli/json_text.hpp"
+
 #include <cstdio>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -105,7 +107,7 @@ bool describe(const std::string& file, const TrackFileSettings& settings, bool j
     }
   }
   if (!message.empty()) std::fprintf(stderr, "%s: %s\n", file.c_str(), message.c_str());
-  if (ok && !json && dataFileKind(file) != DataFileKind::Track) std::printf("%s\n", out.dump(2).c_str());
+  if (ok && !json && dataFileKind(file) != DataFileKind::Track) std::printf("%s\n", jsonText(out).c_str());
   return ok;
 }
 }  // namespace
@@ -130,7 +132,7 @@ int runInfo(const InfoCommandOptions& options, const GlobalOptions& global) {
     if (describe(file, settings, options.json, one)) all.push_back(one);
     else ++failed;
   }
-  if (options.json) std::printf("%s\n", (options.files.size() == 1 && all.size() == 1 ? all[0] : all).dump(2).c_str());
+  if (options.json) std::printf("%s\n", jsonText(options.files.size() == 1 && all.size() == 1 ? all[0] : all).c_str());
   if (failed == 0) return kExitOk;
   return failed == options.files.size() ? kExitUsage : kExitSomeFailed;
 }

@@ -12,6 +12,7 @@
 #include "devices/Protocolo_magellan.hpp"
 #include "tracks/TRuta.hpp"
 #include "tracks/track_file_dispatch.hpp"
+#include "tracks/waypoint_format_gpx.hpp"
 
 namespace pixtrail::cli {
 
@@ -116,7 +117,9 @@ int download(const MagellanOptions& options, const TrackFileSettings& settings) 
       TBalizas w;
       if (link ? !link->downloadWaypoints(w) : (disk->downloadWaypoints(w), false)) return refused();
       count = w.waypoints.size();
-      saved = writeWaypointFile(w, options.output, settings.file, WaypointDefaults{}, options.overwrite, message);
+      saved = equalsIgnoreCase(fs::path(options.output).extension().string(), ".gpx")
+                  ? writeGpxWaypoints(w, options.output, options.overwrite, message)
+                  : writeWaypointFile(w, options.output, settings.file, WaypointDefaults{}, options.overwrite, message);
       break;
     }
     case MagellanKind::kRoutes: {
@@ -168,7 +171,9 @@ int upload(const MagellanOptions& options, const TrackFileSettings& settings) {
   switch (kindOf(options.kind)) {
     case MagellanKind::kWaypoints: {
       TBalizas w;
-      if (!readWaypointFile(options.input, w, message)) return unreadable();
+      const bool gpx = equalsIgnoreCase(fs::path(options.input).extension().string(), ".gpx");
+      if (!(gpx ? readGpxWaypoints(options.input, w, message) : readWaypointFile(options.input, w, message)))
+        return unreadable();
       connect();
       count = w.waypoints.size();
       if (link) link->uploadWaypoints(w);

@@ -6,6 +6,7 @@
 
 #include "app/Configuration.hpp"
 #include "app/Startup.hpp"
+#include "core/input_limits.hpp"
 #include "core/text.hpp"
 #include "devices/TProtocoloNMEA.hpp"
 
@@ -215,11 +216,18 @@ int runNmea(const NmeaOptions& options) {
     }
   };
 
+  bool overlong = false;  // skipping the rest of a line that was too long
   for (;;) {
     const std::size_t got = std::fread(chunk.data(), 1, chunk.size(), in.get());
     if (got == 0) break;
     std::string_view data(chunk.data(), got);
     std::size_t lf = data.find('\n');
+    if (overlong) {
+      if (lf == std::string_view::npos) continue;
+      overlong = false;
+      data.remove_prefix(lf + 1);
+      lf = data.find('\n');
+    }
     if (!carry.empty() && lf != std::string_view::npos) {
       carry.append(data.substr(0, lf + 1));
       handle(carry);
@@ -233,6 +241,15 @@ int runNmea(const NmeaOptions& options) {
       lf = data.find('\n');
     }
     carry.append(data);
+    if (carry.size() > limits::kMaxLineBytes) {
+      // An endless line (a binary stream, /dev/zero) is reported once and skipped to its end.
+      ++lineNumber;
+      std::fprintf(stderr, "line %lld: line too long (over %zu bytes), skipped\n", lineNumber, limits::kMaxLineBytes);
+      status = kExitSomeFailed;
+      carry.clear();
+      carry.shrink_to_fit();
+      overlong = true;
+    }
   }
   if (std::ferror(in.get())) {
     std::fprintf(stderr, "Error reading %s\n", options.input.c_str());

@@ -1,5 +1,7 @@
 #include "cli/PositionCommand.hpp"
 
+#include "cli/json_text.hpp"
+
 #include <cstdio>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -78,7 +80,7 @@ int runPosition(const PositionCommandOptions& options, const GlobalOptions& glob
       std::printf("%s not-covered\n", text.c_str());
     }
   }
-  if (options.json) std::printf("%s\n", out.dump(2).c_str());
+  if (options.json) std::printf("%s\n", jsonText(out).c_str());
   return status;
 }
 

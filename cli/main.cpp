@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <exception>
+#include <new>
 
 #include "cli/CommandContext.hpp"
 // Command headers, one group per subsystem.
@@ -30,6 +32,7 @@
 // -- receivers --
 #include "cli/MagellanCommand.hpp"
 #include "cli/DetectCommand.hpp"
+#include "cli/GarminCommand.hpp"
 #include "cli/NmeaCommand.hpp"
 #include "cli/PortsCommand.hpp"
 
@@ -71,6 +74,7 @@ int main(int argc, char** argv) {
   setupMagellan(app, global, result);
   setupPorts(app, global, result);
   setupDetect(app, global, result);
+  setupGarmin(app, global, result);
 
   app.require_subcommand(1);
   try {
@@ -78,6 +82,13 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& e) {
     const int code = app.exit(e);
     return code == 0 ? kExitOk : kExitUsage;
+  } catch (const std::bad_alloc&) {
+    // Input bounds keep real files far from this; what is left is a machine with too little memory.
+    std::fprintf(stderr, "pixtrail: out of memory\n");
+    return kExitUsage;
+  } catch (const std::exception& e) {
+    std::fprintf(stderr, "pixtrail: %s\n", e.what());
+    return kExitUsage;
   }
   return result.status;
 }

@@ -29,6 +29,10 @@ constexpr double kSecondsPerDegree = 3600.0;
 constexpr std::int32_t kMaxHeaderRecords = 1000;
 // More nodes than this would not fit any real grid and guards against absurd allocations.
 constexpr std::int64_t kMaxNodes = 50'000'000;
+// Real grids shift by seconds and test grids by a few degrees; a node beyond a quarter turn (or not
+// a number) is damage.
+constexpr double kQuarterTurnDeg = 90.0;
+constexpr double kMaxShiftSeconds = kQuarterTurnDeg * kSecondsPerDegree;
 
 // One keyword of a header and the member its value goes to (exactly one pointer is set).
 template <typename Owner>
@@ -194,7 +198,11 @@ void TDatumFileNTV2::loadSubGrids() const {
       offset += bytes;
       sub.nodes.resize(static_cast<std::size_t>(sub.count) * 4);
       const auto* p = reinterpret_cast<const unsigned char*>(block.data());
-      for (std::size_t i = 0; i < sub.nodes.size(); ++i) sub.nodes[i] = readF32(p + 4 * i, order);
+      for (std::size_t i = 0; i < sub.nodes.size(); ++i) {
+        sub.nodes[i] = readF32(p + 4 * i, order);
+        // Of the four values per node only the two shifts are used; the accuracies may be anything.
+        if (i % 4 < 2 && !(std::fabs(sub.nodes[i]) <= kMaxShiftSeconds)) return fail();
+      }
       grids.push_back(std::move(sub));
     }
     subGrids_ = std::move(grids);
@@ -219,7 +227,7 @@ bool TDatumFileNTV2::applyForward(TCoord& position) const {
   const double latSec = position.lat * kSecondsPerDegree;
   const double lonWestSec = position.lon * -kSecondsPerDegree;
   double dLat = 0, dLon = 0;
-  if (!shiftSeconds(latSec, lonWestSec, dLat, dLon)) return false;
+  if (!shiftSeconds(latSec, lonWestSec, dLat, dLon) || !std::isfinite(dLat) || !std::isfinite(dLon)) return false;
   position.lat = (latSec + dLat) / kSecondsPerDegree;
   position.lon = (lonWestSec + dLon) / -kSecondsPerDegree;
   return true;
@@ -239,6 +247,7 @@ bool TDatumFileNTV2::applyReverse(TCoord& position) const {
     const double errLon = lonW + dLon - targetLonW;
     lat -= errLat;
     lonW -= errLon;
+    if (!std::isfinite(lat) || !std::isfinite(lonW)) return false;
     if (std::fabs(errLat) < toleranceSec && std::fabs(errLon) < toleranceSec) {
       position.lat = lat / kSecondsPerDegree;
       position.lon = lonW / -kSecondsPerDegree;

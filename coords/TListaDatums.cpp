@@ -245,6 +245,11 @@ void TListaDatums::attachGrids(std::string& message) {
   for (const auto& file : files) {
     auto grid = std::make_unique<TDatumFileNTV2>(file);
     if (!grid->readHeader(message)) continue;
+    // Loaded now rather than at the first shift, so that damage is reported where it can be seen;
+    // a damaged grid stays attached (and listed as unusable) but is never applied.
+    grid->subGrids();
+    if (!grid->usable())
+      appendMessage(message, "Grid file " + file.filename().string() + " is damaged and is not used");
     const int source = findByName(grid->sourceName());
     if (source >= 0 && findByName(grid->targetName()) == kDatumWgs84)
       rows_[static_cast<std::size_t>(source)].grid = std::move(grid);

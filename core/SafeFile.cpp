@@ -1,13 +1,20 @@
 #include "core/SafeFile.hpp"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <chrono>
+#include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <sstream>
+#include <limits>
+#include <thread>
 
 #include "core/messages.hpp"
 
@@ -15,7 +22,42 @@ namespace pixtrail {
 
 namespace {
 
-std::string systemReason() { return std::strerror(errno); }
+namespace fs = std::filesystem;
+
+// ".pixtrail-XXXXXXXX.tmp": short enough beside a 255-byte name, hidden, and recognisable.
+constexpr std::string_view kTemporaryPrefix = ".pixtrail-";
+constexpr std::string_view kTemporarySuffix = ".tmp";
+constexpr std::size_t kTemporaryRandomChars = 8;
+constexpr std::string_view kNameChars = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+constexpr int kTemporaryAttempts = 64;
+constexpr int kLockPollMs = 20;
+// A target replaced while we waited for its lock is locked again; this many times at most.
+constexpr int kLockAttempts = 16;
+
+std::string systemReason(int error) { return std::strerror(error); }
+
+// Closes a descriptor when it goes out of scope.
+class Descriptor {
+ public:
+  explicit Descriptor(int fd = -1) : fd_(fd) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() { reset(); }
+  int get() const { return fd_; }
+  bool valid() const { return fd_ >= 0; }
+  void reset(int fd = -1) {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = fd;
+  }
+  int release() {
+    const int fd = fd_;
+    fd_ = -1;
+    return fd;
+  }
+
+ private:
+  int fd_;
+};
 
 bool writeAll(int fd, std::string_view content) {
   const char* p = content.data();
@@ -32,86 +74,361 @@ bool writeAll(int fd, std::string_view content) {
   return true;
 }
 
-// Makes the rename itself durable.
-void syncFolder(const std::filesystem::path& folder) {
-  const int fd = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY);
-  if (fd >= 0) {
-    ::fsync(fd);
-    ::close(fd);
+std::string randomName() {
+  std::array<unsigned char, kTemporaryRandomChars> bytes{};
+  if (::getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) {
+    // Without entropy the name is only unpredictable, not secret; O_EXCL keeps it safe anyway.
+    const auto seed = static_cast<unsigned long long>(
+        std::chrono::steady_clock::now().time_since_epoch().count() ^ (static_cast<long long>(::getpid()) << 32));
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<unsigned char>(seed >> (i * 7));
   }
+  std::string name(kTemporaryPrefix);
+  for (unsigned char b : bytes) name += kNameChars[b % kNameChars.size()];
+  name += kTemporarySuffix;
+  return name;
+}
+
+fs::path folderOf(const fs::path& target) {
+  const fs::path parent = target.parent_path();
+  return parent.empty() ? fs::path(".") : parent;
+}
+
+// The folder for the *at calls. Reading rights are needed for its lock; without them the write
+// still works, unlocked (no leftover is then removed either).
+int openFolder(const fs::path& folder, bool& lockable) {
+  int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  lockable = fd >= 0;
+  if (fd < 0 && errno == EACCES) fd = ::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+  return fd;
+}
+
+// Waits for an exclusive lock on `fd` for at most `waitMs`.
+bool lockExclusive(int fd, int waitMs) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(waitMs);
+  for (;;) {
+    if (::flock(fd, LOCK_EX | LOCK_NB) == 0) return true;
+    if (errno != EWOULDBLOCK && errno != EINTR) return false;
+    if (std::chrono::steady_clock::now() >= deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(kLockPollMs));
+  }
+}
+
+bool sameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
+
+bool isReadOnly(int folder, const std::string& name, const struct stat& st) {
+  if ((st.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0) return true;  // root too: the user meant it
+  return ::faccessat(folder, name.c_str(), W_OK, AT_EACCESS) != 0;
+}
+
+// Everything a write needs to know and hold about the file it replaces.
+struct Target {
+  std::string name;     // inside the folder
+  bool exists = false;
+  struct stat st {};
+  Descriptor lock;  // the old file, locked while it is replaced
+};
+
+// Checks what stands at the target's name and locks it. False with the message when it must not be
+// replaced (or another writer holds it too long).
+bool inspectTarget(int folder, const fs::path& target, const SafeWriteOptions& options, Target& t,
+                   std::string& message) {
+  for (int attempt = 0; attempt < kLockAttempts; ++attempt) {
+    if (::fstatat(folder, t.name.c_str(), &t.st, AT_SYMLINK_NOFOLLOW) != 0) {
+      if (errno != ENOENT) {
+        appendMessage(message, "Error opening " + target.string() + ": " + systemReason(errno));
+        return false;
+      }
+      t.exists = false;
+      return true;
+    }
+    t.exists = true;
+    if (options.mustNotExist) {
+      appendMessage(message, "File already exists: " + target.string());
+      return false;
+    }
+    if (S_ISLNK(t.st.st_mode)) {
+      appendMessage(message, "Not replacing a symbolic link (write to the file it points to): " + target.string());
+      return false;
+    }
+    if (!S_ISREG(t.st.st_mode)) {
+      appendMessage(message, "Not a regular file: " + target.string());
+      return false;
+    }
+    if (t.st.st_nlink > 1) {
+      appendMessage(message, "Not replacing a file with other hard links (they would keep the old content): " +
+                                 target.string());
+      return false;
+    }
+    if (!options.allowReadOnly && isReadOnly(folder, t.name, t.st)) {
+      appendMessage(message, "File is read-only: " + target.string());
+      return false;
+    }
+    t.lock.reset(::openat(folder, t.name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    if (!t.lock.valid()) {
+      if (errno == ENOENT) continue;  // removed meanwhile: look again
+      return true;                    // unreadable: replaced without a lock
+    }
+    if (!lockExclusive(t.lock.get(), options.lockWaitMs)) {
+      appendMessage(message, "File is being written by another program: " + target.string());
+      return false;
+    }
+    // The writer we waited for has replaced the file: lock what is there now.
+    struct stat locked {};
+    struct stat now {};
+    if (::fstat(t.lock.get(), &locked) == 0 && ::fstatat(folder, t.name.c_str(), &now, AT_SYMLINK_NOFOLLOW) == 0 &&
+        sameFile(locked, now)) {
+      t.st = now;
+      return true;
+    }
+  }
+  appendMessage(message, "File is being written by another program: " + target.string());
+  return false;
+}
+
+// Gives the replacement what the user had: owner, group, permissions and, when asked, times.
+bool carryOver(int fd, const fs::path& target, const Target& t, const SafeWriteOptions& options, std::string& message) {
+  struct stat mine {};
+  if (::fstat(fd, &mine) != 0) {
+    appendMessage(message, "Error writing " + target.string() + ": " + systemReason(errno));
+    return false;
+  }
+  if ((mine.st_uid != t.st.st_uid || mine.st_gid != t.st.st_gid) && ::fchown(fd, t.st.st_uid, t.st.st_gid) != 0) {
+    appendMessage(message, "Cannot keep the owner and group of " + target.string() + ": " + systemReason(errno));
+    return false;
+  }
+  // After fchown, which clears set-id bits.
+  if (::fchmod(fd, t.st.st_mode & 07777) != 0) {
+    appendMessage(message, "Cannot keep the permissions of " + target.string() + ": " + systemReason(errno));
+    return false;
+  }
+  if (options.keepModificationTime) {
+    const std::array<struct timespec, 2> times = {t.st.st_atim, t.st.st_mtim};
+    if (::futimens(fd, times.data()) != 0) {
+      appendMessage(message, "Cannot keep the modification time of " + target.string() + ": " + systemReason(errno));
+      return false;
+    }
+  }
+  return true;
+}
+
+// File systems without hard links (FAT on memory cards and USB sticks, many network shares).
+bool noHardLinks(int error) { return error == EPERM || error == EOPNOTSUPP || error == ENOTSUP || error == EMLINK; }
+
+// Gives the complete temporary the target's name only if that name is still free.
+bool linkInAsNew(int folder, const std::string& temporary, const std::string& name, int& error) {
+  if (::linkat(folder, temporary.c_str(), folder, name.c_str(), 0) == 0) {
+    ::unlinkat(folder, temporary.c_str(), 0);
+    return true;
+  }
+  error = errno;
+  if (!noHardLinks(error)) return false;
+  if (::renameat2(folder, temporary.c_str(), folder, name.c_str(), RENAME_NOREPLACE) == 0) return true;
+  error = errno;
+  if (error != EINVAL && error != ENOSYS) return false;
+  // Neither is supported: the check and the rename are two steps, the best such a file system allows.
+  struct stat st {};
+  if (::fstatat(folder, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0) {
+    error = EEXIST;
+    return false;
+  }
+  if (::renameat(folder, temporary.c_str(), folder, name.c_str()) == 0) return true;
+  error = errno;
+  return false;
+}
+
+std::size_t sweepFolder(int folder) {
+  const int copy = ::dup(folder);
+  if (copy < 0) return 0;
+  DIR* dir = ::fdopendir(copy);
+  if (dir == nullptr) {
+    ::close(copy);
+    return 0;
+  }
+  std::size_t removed = 0;
+  while (const dirent* entry = ::readdir(dir)) {
+    if (!isTemporaryFileName(entry->d_name)) continue;
+    struct stat st {};
+    if (::fstatat(folder, entry->d_name, &st, AT_SYMLINK_NOFOLLOW) != 0) continue;
+    // A link planted under such a name goes too; unlinking never touches what it points to.
+    if (!S_ISREG(st.st_mode) && !S_ISLNK(st.st_mode)) continue;
+    if (::unlinkat(folder, entry->d_name, 0) == 0) ++removed;
+  }
+  ::closedir(dir);
+  return removed;
 }
 
 }  // namespace
 
-bool writeFileSafely(const std::filesystem::path& target, std::string_view content,
-                     const SafeWriteOptions& options, std::string& message) {
-  std::error_code ec;
-  if (options.mustNotExist && std::filesystem::exists(std::filesystem::symlink_status(target, ec))) {
-    appendMessage(message, "File already exists: " + target.string());
-    return false;
-  }
-  std::filesystem::path temporary = target;
-  temporary += std::string(options.temporarySuffix);
-  const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-  if (fd < 0) {
-    appendMessage(message, "Error creating " + temporary.string() + ": " + systemReason());
-    return false;
-  }
-  const bool written = writeAll(fd, content) && ::fsync(fd) == 0;
-  const std::string writeReason = written ? "" : systemReason();
-  if (::close(fd) != 0 || !written) {
-    appendMessage(message, "Error writing " + temporary.string() + ": " +
-                               (written ? systemReason() : writeReason));
-    ::unlink(temporary.c_str());
-    return false;
-  }
-  // Keep the permissions of the file being replaced.
-  struct stat old {};
-  if (::stat(target.c_str(), &old) == 0) ::chmod(temporary.c_str(), old.st_mode & 07777);
+bool isTemporaryFileName(std::string_view name) {
+  if (name.size() != kTemporaryPrefix.size() + kTemporaryRandomChars + kTemporarySuffix.size()) return false;
+  if (!name.starts_with(kTemporaryPrefix) || !name.ends_with(kTemporarySuffix)) return false;
+  const std::string_view middle = name.substr(kTemporaryPrefix.size(), kTemporaryRandomChars);
+  return middle.find_first_not_of(kNameChars) == std::string_view::npos;
+}
 
-  if (options.mustNotExist) {
-    // link() fails if the name exists, so a file created meanwhile is never replaced.
-    if (::link(temporary.c_str(), target.c_str()) != 0) {
-      appendMessage(message, "Error saving " + target.string() + ": " + systemReason());
-      ::unlink(temporary.c_str());
+std::size_t removeLeftoverTemporaries(const fs::path& folder) {
+  Descriptor dir(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!dir.valid() || ::flock(dir.get(), LOCK_EX | LOCK_NB) != 0) return 0;
+  return sweepFolder(dir.get());
+}
+
+bool writeFileSafely(const fs::path& target, std::string_view content, const SafeWriteOptions& options,
+                     std::string& message) {
+  Target t;
+  t.name = target.filename().string();
+  if (t.name.empty() || t.name == "." || t.name == "..") {
+    appendMessage(message, "Error creating " + target.string() + ": not a file name");
+    return false;
+  }
+  const fs::path folderPath = folderOf(target);
+  if (options.removeLeftovers) removeLeftoverTemporaries(folderPath);
+  bool lockable = false;
+  Descriptor folder(openFolder(folderPath, lockable));
+  if (!folder.valid()) {
+    appendMessage(message, "Error creating " + target.string() + ": " + systemReason(errno));
+    return false;
+  }
+  // Shared: many writers at once, but no sweep while our temporary exists.
+  if (lockable) ::flock(folder.get(), LOCK_SH);
+  if (!inspectTarget(folder.get(), target, options, t, message)) return false;
+
+  std::string temporary;
+  Descriptor fd;
+  for (int attempt = 0; attempt < kTemporaryAttempts && !fd.valid(); ++attempt) {
+    temporary = randomName();
+    // Private until complete; a new file then gets the usual permissions.
+    fd.reset(::openat(folder.get(), temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                      t.exists ? 0600 : 0666));
+    if (!fd.valid() && errno != EEXIST) break;
+  }
+  if (!fd.valid()) {
+    appendMessage(message, "Error creating a temporary file in " + folderPath.string() + " for " + target.string() +
+                               ": " + systemReason(errno));
+    return false;
+  }
+  const auto discard = [&] { ::unlinkat(folder.get(), temporary.c_str(), 0); };
+
+  if (!writeAll(fd.get(), content) || ::fsync(fd.get()) != 0) {
+    appendMessage(message, "Error writing " + target.string() + ": " + systemReason(errno));
+    discard();
+    return false;
+  }
+  if (t.exists && !carryOver(fd.get(), target, t, options, message)) {
+    discard();
+    return false;
+  }
+  if (::close(fd.release()) != 0) {
+    appendMessage(message, "Error writing " + target.string() + ": " + systemReason(errno));
+    discard();
+    return false;
+  }
+
+  if (options.mustNotExist || !t.exists) {
+    // Never replaces a file created meanwhile.
+    int error = 0;
+    if (!linkInAsNew(folder.get(), temporary, t.name, error)) {
+      discard();
+      appendMessage(message, error == EEXIST ? "File already exists: " + target.string()
+                                             : "Error saving " + target.string() + ": " + systemReason(error));
       return false;
     }
-    ::unlink(temporary.c_str());
   } else {
-    if (options.keepBackup && std::filesystem::exists(target, ec)) {
-      std::filesystem::path backup = target;
+    if (options.keepBackup) {
+      fs::path backup = target;
       backup.replace_extension(".bak");
-      std::filesystem::remove(backup, ec);
-      if (::link(target.c_str(), backup.c_str()) != 0) {
-        appendMessage(message, "Error keeping backup " + backup.string() + ": " + systemReason());
-        ::unlink(temporary.c_str());
-        return false;
+      const std::string backupName = backup.filename().string();
+      if (backupName != t.name) {
+        ::unlinkat(folder.get(), backupName.c_str(), 0);
+        // A hard link keeps the target in place until the rename; without them, the old file
+        // moves aside first.
+        if (::linkat(folder.get(), t.name.c_str(), folder.get(), backupName.c_str(), 0) != 0 &&
+            !(noHardLinks(errno) && ::renameat(folder.get(), t.name.c_str(), folder.get(), backupName.c_str()) == 0)) {
+          appendMessage(message, "Error keeping backup " + backup.string() + ": " + systemReason(errno));
+          discard();
+          return false;
+        }
       }
     }
-    if (::rename(temporary.c_str(), target.c_str()) != 0) {
-      appendMessage(message, "Error saving " + target.string() + ": " + systemReason());
-      ::unlink(temporary.c_str());
+    if (::renameat(folder.get(), temporary.c_str(), folder.get(), t.name.c_str()) != 0) {
+      appendMessage(message, "Error saving " + target.string() + ": " + systemReason(errno));
+      discard();
       return false;
     }
   }
-  syncFolder(target.parent_path());
+  // Makes the rename itself durable.
+  if (lockable) ::fsync(folder.get());
   return true;
 }
 
-bool readWholeFile(const std::filesystem::path& file, std::string& content, std::string& message) {
-  std::ifstream in(file, std::ios::binary);
-  if (!in) {
+namespace {
+
+int openRegular(const fs::path& file, std::string& message, std::size_t maxBytes, std::size_t* size) {
+  // Non-blocking, so that opening a FIFO does not wait for a writer before it can be refused.
+  Descriptor fd(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+  if (!fd.valid()) {
     appendMessage(message, "Error opening " + file.string());
+    return -1;
+  }
+  struct stat st {};
+  if (::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) {
+    appendMessage(message, "Not a regular file: " + file.string());
+    return -1;
+  }
+  if (static_cast<std::uintmax_t>(st.st_size) > maxBytes) {
+    appendMessage(message, "File too large: " + file.string() + " (over " + std::to_string(maxBytes / limits::kMiB) +
+                               " MiB)");
+    return -1;
+  }
+  const int flags = ::fcntl(fd.get(), F_GETFL);
+  if (flags >= 0) ::fcntl(fd.get(), F_SETFL, flags & ~O_NONBLOCK);
+  if (size) *size = static_cast<std::size_t>(st.st_size);
+  return fd.release();
+}
+
+}  // namespace
+
+bool readWholeFile(const fs::path& file, std::string& content, std::string& message, std::size_t maxBytes) {
+  std::size_t size = 0;
+  Descriptor fd(openRegular(file, message, maxBytes, &size));
+  if (!fd.valid()) return false;
+  std::string bytes;
+  bytes.resize(size);
+  std::size_t have = 0;
+  for (;;) {
+    if (have == bytes.size()) {
+      // The file may have grown since it was measured.
+      if (bytes.size() >= maxBytes + 1) break;
+      bytes.resize(std::min(maxBytes + 1, std::max<std::size_t>(bytes.size() * 2, 4096)));
+    }
+    const ssize_t n = ::read(fd.get(), bytes.data() + have, bytes.size() - have);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      appendMessage(message, "Error reading " + file.string());
+      return false;
+    }
+    if (n == 0) break;
+    have += static_cast<std::size_t>(n);
+  }
+  if (have > maxBytes) {
+    appendMessage(message, "File too large: " + file.string() + " (over " + std::to_string(maxBytes / limits::kMiB) +
+                               " MiB)");
     return false;
   }
-  std::ostringstream buffer;
-  buffer << in.rdbuf();
-  if (in.bad()) {
-    appendMessage(message, "Error reading " + file.string());
-    return false;
-  }
-  content = std::move(buffer).str();
+  bytes.resize(have);
+  content = std::move(bytes);
   return true;
+}
+
+std::FILE* openRegularFile(const fs::path& file, std::string& message, std::size_t maxBytes) {
+  Descriptor fd(openRegular(file, message, maxBytes, nullptr));
+  if (!fd.valid()) return nullptr;
+  std::FILE* stream = ::fdopen(fd.get(), "rb");
+  if (stream == nullptr) {
+    appendMessage(message, "Error opening " + file.string());
+    return nullptr;
+  }
+  fd.release();
+  return stream;
 }
 
 }  // namespace pixtrail

@@ -1,11 +1,25 @@
 #pragma once
-// Replacing files without ever losing the old one: the new content is written to a temporary file
-// in the same folder, flushed to disk, and only then renamed over the target. A failure at any step
-// leaves the previous file as it was.
+// Replacing files without ever losing the old one. The new content goes to a temporary file of a
+// fresh, unpredictable name in the target's folder (created exclusively, never through a link),
+// is flushed to disk, and only then renamed over the target; the folder is flushed after. A
+// failure at any step leaves the previous file as it was.
+//
+// What the user had is kept or the write is refused: the replacement gets the old file's owner,
+// group and permissions (refused when they cannot be kept); a symbolic link, a file with other hard
+// links, something that is not a regular file, and a read-only file (unless asked) are not replaced.
+//
+// Concurrent writers: each target is locked while it is replaced, so a second writer waits (and
+// gives up after a while with a message); a temporary file exists only while its writer holds the
+// folder's shared lock, so a temporary found while holding the folder exclusively was left by a
+// killed run and is removed.
 
+#include <cstddef>
+#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <string_view>
+
+#include "core/input_limits.hpp"
 
 namespace pixtrail {
 
@@ -15,8 +29,15 @@ struct SafeWriteOptions {
   bool mustNotExist = false;
   // Keep the previous content as NAME with its extension replaced by ".bak".
   bool keepBackup = false;
-  // Name of the temporary file: the target's name plus this suffix, in the same folder.
-  std::string_view temporarySuffix = ".tmp";
+  // Replace a file whose write permission is off.
+  bool allowReadOnly = false;
+  // The replacement keeps the old file's access and modification times.
+  bool keepModificationTime = false;
+  // Remove temporaries of killed runs from the folder before writing. Batch writers turn this off
+  // and call removeLeftoverTemporaries once per folder.
+  bool removeLeftovers = true;
+  // How long to wait for another writer of the same file.
+  int lockWaitMs = limits::kLockWaitMs;
 };
 
 // Writes `content` to `target` safely. On failure appends a message naming the file and the
@@ -24,7 +45,20 @@ struct SafeWriteOptions {
 bool writeFileSafely(const std::filesystem::path& target, std::string_view content,
                      const SafeWriteOptions& options, std::string& message);
 
-// Reads a whole file; false with "Error opening <name>" when it cannot be read.
-bool readWholeFile(const std::filesystem::path& file, std::string& content, std::string& message);
+// True for the names writeFileSafely gives its temporary files.
+bool isTemporaryFileName(std::string_view name);
+
+// Removes the temporaries that killed runs left in `folder`; the number removed. Does nothing while
+// another program is writing there (its temporary may still be in use).
+std::size_t removeLeftoverTemporaries(const std::filesystem::path& folder);
+
+// Reads a whole file of at most `maxBytes`; false with "Error opening <name>" when it cannot be
+// read, and a message when it is not a regular file (a FIFO or a device would never end) or larger.
+bool readWholeFile(const std::filesystem::path& file, std::string& content, std::string& message,
+                   std::size_t maxBytes = limits::kMaxFileBytes);
+
+// Opens a regular file for reading piecewise; nullptr with the same messages as readWholeFile.
+std::FILE* openRegularFile(const std::filesystem::path& file, std::string& message,
+                           std::size_t maxBytes = limits::kMaxFileBytes);
 
 }  // namespace pixtrail

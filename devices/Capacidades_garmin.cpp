@@ -102,6 +102,8 @@ bool GarminCapabilityCache::load(std::string& message) {
 }
 
 bool GarminCapabilityCache::save(std::string& message) const {
+  std::error_code ec;
+  if (file_.has_parent_path()) std::filesystem::create_directories(file_.parent_path(), ec);
   return writeFileSafely(file_, serialize(), SafeWriteOptions{}, message);
 }
 

@@ -70,6 +70,7 @@ bool Protocolo_magellan::readLine(std::string& line, int timeoutMs) {
       pending_.erase(0, lf + 1);
       if (!line.empty() && line.back() == '\r') line.pop_back();
       if (line.empty()) continue;
+      heard_ = true;
       return true;
     }
     const int left = msLeft(deadline);
@@ -99,19 +100,24 @@ bool Protocolo_magellan::readSentence(TComandaNMEA_Rx& out, int timeoutMs) {
   return false;
 }
 
+bool Protocolo_magellan::awaitAcknowledgement(const std::string& checksum, int timeoutMs) {
+  const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+  TComandaNMEA_Rx reply;
+  std::string line;
+  while (readLine(line, msLeft(deadline))) {
+    TErrorNMEA ignored;
+    if (reply.Parse(line, ignored) && reply.identifier() == "PMGNCSM" && reply.field(1) == checksum) return true;
+  }
+  return false;
+}
+
 void Protocolo_magellan::sendAcknowledged(const std::string& sentence) {
   port_.write(sentence.data(), sentence.size());
   if (!handshake_) return;
   const std::string expected = checksumOfSentence(sentence);
-  TComandaNMEA_Rx reply;
-  std::string line;
   for (int attempt = 0; attempt < settings_.retries; ++attempt) {
     if (attempt > 0) port_.write(sentence.data(), sentence.size());
-    const auto deadline = Clock::now() + std::chrono::milliseconds(settings_.ackTimeoutMs);
-    while (readLine(line, msLeft(deadline))) {
-      TErrorNMEA ignored;
-      if (reply.Parse(line, ignored) && reply.identifier() == "PMGNCSM" && reply.field(1) == expected) return;
-    }
+    if (awaitAcknowledgement(expected, settings_.ackTimeoutMs)) return;
   }
   std::string detail = sentence;
   while (!detail.empty() && (detail.back() == '\n' || detail.back() == '\r')) detail.pop_back();
@@ -123,6 +129,7 @@ void Protocolo_magellan::sendAcknowledged(const std::string& sentence) {
 // line has not sent them yet.
 void Protocolo_magellan::drainInput() {
   pending_.clear();
+  heard_ = false;
   char buffer[256];
   while (port_.read(0, buffer, static_cast<int>(sizeof buffer) - 1, false) > 0) {}
 }
@@ -136,9 +143,15 @@ void Protocolo_magellan::beginTransfer() {
   }
 }
 
+// While handshaking the unit acknowledges HANDOFF too; that acknowledgement is awaited (once, not
+// sent again) so that it is not left on the line for whoever opens the port next, who would take
+// it for a unit still handshaking.
 void Protocolo_magellan::endTransfer() noexcept {
   try {
-    sendCommand("HANDOFF");
+    const std::string handoff = magellanCommand("HANDOFF");
+    port_.write(handoff.data(), handoff.size());
+    // A unit silent all along will not acknowledge it either.
+    if (handshake_ && heard_) awaitAcknowledgement(checksumOfSentence(handoff), settings_.ackTimeoutMs);
   } catch (const TErrorPr&) {
     // The transfer's own error, if any, is the one worth reporting.
   }

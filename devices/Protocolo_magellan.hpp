@@ -79,6 +79,7 @@ class Protocolo_magellan {
                   std::string_view noneMessage, std::vector<std::string>& bodies, bool noneIsError);
   std::size_t sendAll(const std::vector<std::vector<std::string>>& sentences);
   void sendAcknowledged(const std::string& sentence);
+  bool awaitAcknowledgement(const std::string& checksum, int timeoutMs);
   void drainInput();
   void beginTransfer();
   void endTransfer() noexcept;
@@ -88,6 +89,7 @@ class Protocolo_magellan {
   TPuertoCom& port_;
   MagellanLinkSettings settings_;
   bool handshake_ = false;
+  bool heard_ = false;  // the unit sent a line since the transfer began
   std::string pending_;
   std::size_t moved_ = 0;
 };

@@ -22,6 +22,8 @@ inline constexpr std::uint16_t kCommandData = 10, kXferCmplt = 12, kDateTimeData
 inline constexpr std::uint16_t kPositionData = 17, kRecords = 27, kRteHdr = 29, kRteWptData = 30;
 inline constexpr std::uint16_t kAlmanacData = 31, kTrkData = 34, kWptData = 35, kPvtData = 51;
 inline constexpr std::uint16_t kRteLinkData = 98, kTrkHdr = 99;
+inline constexpr std::uint16_t kCourse = 1061, kCourseLap = 1063, kCourseTrkHdr = 1064, kCourseTrkData = 1065;
+inline constexpr std::uint16_t kCourseLimits = 1066;
 inline constexpr std::uint16_t kExtProductData = 248, kProtocolArray = 253;
 inline constexpr std::uint16_t kProductRqst = 254, kProductData = 255;
 // USB protocol layer (packet type 0).

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <thread>
 
@@ -177,7 +178,7 @@ void TProtocoloGarmin::sendCommand(std::uint16_t code) {
 TPaqueteDatosGarmin TProtocoloGarmin::receiveAcked(int timeoutMs) {
   checkCancel();
   TPaqueteDatosGarmin packet = receive(timeoutMs);
-  if (!packet.usbLayer) acknowledge(packet.id);
+  if (!packet.usbLayer && packet.id != kAck) acknowledge(packet.id);  // an ACK is never acknowledged
   return packet;
 }
 
@@ -525,6 +526,86 @@ std::size_t TProtocoloGarmin::sendTracks(const std::vector<const TVolGPS*>& trac
   }
   sendTransferComplete(garmin_cmd::kXferTrk);
   return tracks.size();
+}
+
+void TProtocoloGarmin::sendRecords(const std::vector<TPaqueteDatosGarmin>& packets, std::uint16_t command) {
+  sendRecordCount(packets.size());
+  for (std::size_t i = 0; i < packets.size(); ++i) {
+    checkCancel();
+    sendExpectingAck(packets[i], "No hay respuesta ACK al enviar Orden");
+    report(i + 1, packets.size());
+  }
+  sendTransferComplete(command);
+}
+
+std::vector<GarminCourse> TProtocoloGarmin::receiveCourses() {
+  requireIdentified();
+  sendCommand(garmin_cmd::kXferCourses);
+  const std::size_t count = receiveRecordCount();
+  std::vector<GarminCourse> courses;
+  for (std::size_t done = 0;;) {
+    const TPaqueteDatosGarmin packet = receiveAcked();
+    if (packet.id == kXferCmplt) break;
+    if (packet.id != kCourse) throw TErrorPr("Estructura Garmin desconocida D1006", packet.describe());
+    courses.push_back(decodeCourse(packet.data));
+    report(++done, count);
+  }
+  return courses;
+}
+
+void TProtocoloGarmin::sendCourse(const TVolGPS& track) {
+  requireIdentified();
+  sendCommand(garmin_cmd::kXferCourseLimits);
+  const TPaqueteDatosGarmin limitsPacket = receiveAcked();
+  if (limitsPacket.id != kCourseLimits) throw TErrorPr("Estructura Garmin desconocida D1013", limitsPacket.describe());
+  const GarminCourseLimits limits = decodeCourseLimits(limitsPacket.data);
+  const std::vector<GarminCourse> onUnit = receiveCourses();
+  std::vector<std::string> names;
+  std::uint16_t nextTrack = 0;
+  for (const auto& c : onUnit) {
+    names.push_back(c.name);
+    nextTrack = std::max<std::uint16_t>(nextTrack, static_cast<std::uint16_t>(c.trackIndex + 1));
+  }
+  checkCourse(track, names, limits.maxCourses > onUnit.size() ? limits.maxCourses - onUnit.size() : 0);
+  if (track.points.empty()) return;
+
+  GarminCourse course;
+  course.index = static_cast<std::uint16_t>(onUnit.size());
+  course.name = track.headerText('P');
+  course.trackIndex = nextTrack;
+  sendRecords({TPaqueteDatosGarmin(kCourse, encodeCourse(course))}, garmin_cmd::kXferCourses);
+
+  const TCoord first = toFileDatum(track.points[0].position, kDatumWgs84);
+  const TCoord last = toFileDatum(track.points.back().position, kDatumWgs84);
+  DateTimeValue start = 0, end = 0;
+  track.points[0].time.toValue(start);
+  track.points.back().time.toValue(end);
+  GarminCourseLap lap;
+  lap.courseIndex = course.index;
+  lap.totalTimeCs = static_cast<std::uint32_t>(std::max(0.0, std::round((end - start) * kSecondsPerDay * 100.0)));
+  lap.totalDistanceM = static_cast<float>(track.summary().distanceM);
+  lap.beginLat = first.lat;
+  lap.beginLon = first.lon;
+  lap.endLat = last.lat;
+  lap.endLon = last.lon;
+  sendRecords({TPaqueteDatosGarmin(kCourseLap, encodeCourseLap(lap))}, garmin_cmd::kXferCourseLaps);
+
+  std::vector<TPaqueteDatosGarmin> packets;
+  GarminTrackHeader header;
+  header.index = nextTrack;
+  packets.emplace_back(kCourseTrkHdr, encodeTrackHeader(311, header));
+  for (std::size_t i = 0; i < track.points.size(); ++i) {
+    const TPuntVol& p = track.points[i];
+    const TCoord wgs = toFileDatum(p.position, kDatumWgs84);
+    GarminTrackPoint g;
+    g.lat = wgs.lat;
+    g.lon = wgs.lon;
+    g.altM = p.altitude(true);
+    g.time = garminTimeFromRecord(p.time.toRecord());
+    g.distanceM = p.distanceFromStartM;
+    packets.emplace_back(kCourseTrkData, encodeTrackPoint(304, g));
+  }
+  sendRecords(packets, garmin_cmd::kXferCourseTracks);
 }
 
 void TProtocoloGarmin::checkCourse(const TVolGPS& track, const std::vector<std::string>& onUnit, std::size_t room) {

@@ -76,6 +76,11 @@ class TProtocoloGarmin {
   // One TVolGPS per track on the unit; a unit with a single log gives "ACTIVE LOG".
   void receiveTracks(std::vector<TVolGPS>& out);
   std::size_t sendTracks(const std::vector<const TVolGPS*>& tracks);
+  // Sends a track as a course (units with A1006): the unit's courses and limits are read first,
+  // then the course, its single lap and its track. Raises the course rules' messages.
+  void sendCourse(const TVolGPS& track);
+  // The names of the courses on the unit.
+  std::vector<GarminCourse> receiveCourses();
   // The checks a track must pass before it goes to the unit as a course; `onUnit` are the names of
   // the courses already there, `room` how many more it takes.
   static void checkCourse(const TVolGPS& track, const std::vector<std::string>& onUnit, std::size_t room);
@@ -98,6 +103,7 @@ class TProtocoloGarmin {
   TPaqueteDatosGarmin receiveAcked(int timeoutMs = -1);
   std::uint16_t receiveRecordCount();
   void sendRecordCount(std::size_t count);
+  void sendRecords(const std::vector<TPaqueteDatosGarmin>& packets, std::uint16_t command);
   void sendTransferComplete(std::uint16_t command);
   void checkCancel() const;
   void requireIdentified();

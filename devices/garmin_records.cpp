@@ -476,6 +476,76 @@ std::string encodePvt(int type, const GarminPvt& p) {
   return w.take();
 }
 
+GarminCourse decodeCourse(std::string_view data) {
+  RecordReader r(data, 1006);
+  GarminCourse c;
+  c.index = r.u16();
+  r.skip(2);
+  const auto* name = r.take(16);
+  c.name = std::string(reinterpret_cast<const char*>(name), 16);
+  c.name = c.name.substr(0, c.name.find('\0'));
+  c.trackIndex = r.u16();
+  return c;
+}
+
+std::string encodeCourse(const GarminCourse& c) {
+  RecordWriter w;
+  w.u16(c.index);
+  w.fill(2, '\0');
+  std::string name = c.name.substr(0, 15);
+  name.resize(16, '\0');
+  w.raw(name);
+  w.u16(c.trackIndex);
+  return w.take();
+}
+
+GarminCourseLap decodeCourseLap(std::string_view data) {
+  RecordReader r(data, 1007);
+  GarminCourseLap lap;
+  lap.courseIndex = r.u16();
+  lap.lapIndex = r.u16();
+  lap.totalTimeCs = r.u32();
+  lap.totalDistanceM = r.f32();
+  r.position(lap.beginLat, lap.beginLon);
+  r.position(lap.endLat, lap.endLon);
+  r.skip(4);  // heart rates, intensity, cadence
+  return lap;
+}
+
+std::string encodeCourseLap(const GarminCourseLap& lap) {
+  RecordWriter w;
+  w.u16(lap.courseIndex);
+  w.u16(lap.lapIndex);
+  w.u32(lap.totalTimeCs);
+  w.f32(lap.totalDistanceM);
+  w.position(lap.beginLat, lap.beginLon);
+  w.position(lap.endLat, lap.endLon);
+  w.u8(0);
+  w.u8(0);
+  w.u8(0);      // active lap
+  w.u8(0xFF);   // no cadence
+  return w.take();
+}
+
+GarminCourseLimits decodeCourseLimits(std::string_view data) {
+  RecordReader r(data, 1013);
+  GarminCourseLimits l;
+  l.maxCourses = r.u32();
+  l.maxCourseLaps = r.u32();
+  l.maxCoursePoints = r.u32();
+  l.maxCourseTrackPoints = r.u32();
+  return l;
+}
+
+std::string encodeCourseLimits(const GarminCourseLimits& l) {
+  RecordWriter w;
+  w.u32(l.maxCourses);
+  w.u32(l.maxCourseLaps);
+  w.u32(l.maxCoursePoints);
+  w.u32(l.maxCourseTrackPoints);
+  return w.take();
+}
+
 DateTimeRecord GarminPvt::utc() const {
   if (!std::isfinite(towS) || std::fabs(towS) > 1.0e7) return {};
   const double days = static_cast<double>(daysSinceEpoch(1989, 12, 31)) + weekNumberDays +

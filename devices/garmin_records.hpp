@@ -76,6 +76,22 @@ struct GarminPvt {
   DateTimeRecord utc() const;
 };
 
+// Courses of the recent units: a course (D1006), its lap (D1007) and the unit's limits (D1013).
+struct GarminCourse {
+  std::uint16_t index = 0;
+  std::string name;  // 16 bytes on the wire, zero-padded
+  std::uint16_t trackIndex = 0;
+};
+struct GarminCourseLap {
+  std::uint16_t courseIndex = 0, lapIndex = 0;
+  std::uint32_t totalTimeCs = 0;  // hundredths of a second
+  float totalDistanceM = 0.0f;
+  double beginLat = 0, beginLon = 0, endLat = 0, endLon = 0;
+};
+struct GarminCourseLimits {
+  std::uint32_t maxCourses = 0, maxCourseLaps = 0, maxCoursePoints = 0, maxCourseTrackPoints = 0;
+};
+
 GarminWaypoint decodeWaypoint(int type, std::string_view data);
 std::string encodeWaypoint(int type, const GarminWaypoint& w);
 
@@ -95,6 +111,12 @@ std::string encodeDateTime(int type, const DateTimeRecord& utc);
 TCoord decodePosition(int type, std::string_view data);
 std::string encodePosition(int type, const TCoord& position);
 GarminPvt decodePvt(int type, std::string_view data);
+GarminCourse decodeCourse(std::string_view data);
+std::string encodeCourse(const GarminCourse& c);
+GarminCourseLap decodeCourseLap(std::string_view data);
+std::string encodeCourseLap(const GarminCourseLap& lap);
+GarminCourseLimits decodeCourseLimits(std::string_view data);
+std::string encodeCourseLimits(const GarminCourseLimits& limits);
 std::string encodePvt(int type, const GarminPvt& pvt);
 
 }  // namespace pixtrail

@@ -89,15 +89,11 @@ class LibusbGarminLink : public GarminUsbLink {
     if (rc == LIBUSB_ERROR_ACCESS)
       throw TErrorPr("Error connecting USB", "no permission to open the unit (" + where_ + "): install the udev rules");
     if (rc != 0) throw TErrorPr("Error connecting USB", usbError("libusb_open", rc));
-    if (libusb_kernel_driver_active(handle_, 0) == 1 || kernelGarminDriverLoaded()) {
-      if (libusb_kernel_driver_active(handle_, 0) == 1)
-        throw TErrorPr("Error connecting USB",
-                       "the kernel's garmin_gps module holds the unit; unload it (modprobe -r garmin_gps) for USB access");
-    }
+    const char* const kHeldByKernel =
+        "the kernel's garmin_gps module holds the unit; unload it (modprobe -r garmin_gps) for USB access";
+    if (libusb_kernel_driver_active(handle_, 0) == 1) throw TErrorPr("Error connecting USB", kHeldByKernel);
     rc = libusb_claim_interface(handle_, 0);
-    if (rc == LIBUSB_ERROR_BUSY && kernelGarminDriverLoaded())
-      throw TErrorPr("Error connecting USB",
-                     "the kernel's garmin_gps module holds the unit; unload it (modprobe -r garmin_gps) for USB access");
+    if (rc == LIBUSB_ERROR_BUSY && kernelGarminDriverLoaded()) throw TErrorPr("Error connecting USB", kHeldByKernel);
     if (rc != 0) throw TErrorPr("Error connecting USB", usbError("libusb_claim_interface", rc));
     claimed_ = true;
   }

@@ -6,9 +6,11 @@
 #include <QPushButton>
 #include <QTableWidget>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
+#include "app/Configuration.hpp"
 #include "coords/TListaDatums.hpp"
 #include "core/text.hpp"
 #include "gui/gui_text.hpp"
@@ -33,6 +35,8 @@ DatumListDialog::DatumListDialog(QWidget* parent) : QDialog(parent) {
   table_->horizontalHeader()->setStretchLastSection(true);
   table_->setSelectionBehavior(QAbstractItemView::SelectRows);
   table_->setSelectionMode(QAbstractItemView::SingleSelection);
+  table_->verticalHeader()->hide();  // row numbers would suggest indexes off by one
+  table_->verticalHeader()->setDefaultSectionSize(table_->fontMetrics().height() + 6);
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
   QPushButton* add = buttons->addButton(tr("Add"), QDialogButtonBox::ActionRole);
   QPushButton* remove = buttons->addButton(tr("Delete"), QDialogButtonBox::ActionRole);
@@ -80,6 +84,7 @@ void DatumListDialog::fill() {
     }
   }
   table_->resizeColumnsToContents();
+  table_->setColumnWidth(kAlternative, std::min(table_->columnWidth(kAlternative), 320));
   filling_ = false;
 }
 
@@ -127,11 +132,17 @@ bool DatumListDialog::deleteSelected(QString& message) {
     message = tr("Only datums you added can be deleted.");
     return false;
   }
+  // Loaded positions are held in the working datum; taking it away would silently move them.
+  if (row == datumTable().workingDatum()) {
+    message = tr("The working datum cannot be deleted; choose another one in the settings first.");
+    return false;
+  }
   std::string text;
   if (!datumTable().deleteDatum(row, text)) {
     message = fromLibrary(text);
     return false;
   }
+  configuration().workingDatum.set(datumTable().workingDatum());  // later rows moved up one
   fill();
   return true;
 }

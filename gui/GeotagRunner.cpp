@@ -33,14 +33,15 @@ bool runGeotagJob(QWidget* parent, Document& document, const GeotagOptions& opti
   progress.setObjectName("geotagProgress");
   progress.setWindowModality(Qt::WindowModal);
   progress.setMinimumDuration(0);
+  std::atomic<bool> cancelled{false};
+  QObject::connect(&progress, &QProgressDialog::canceled, [&cancelled] { cancelled = true; });
   progress.setValue(0);
 
-  std::atomic<bool> cancelled{false};
   std::atomic<std::size_t> done{0};
   bool started = true;
+  bool refused = false;
   std::string jobMessage;
   QEventLoop loop;
-  QObject::connect(&progress, &QProgressDialog::canceled, [&cancelled] { cancelled = true; });
   // The document's tracks are only read by the window while the modal dialog is up; the worker
   // is the only one to change them (marks).
   std::jthread worker([&] {
@@ -57,22 +58,33 @@ bool runGeotagJob(QWidget* parent, Document& document, const GeotagOptions& opti
         started = false;
         break;
       }
+      // A job that answers a batch of photos with no result at all has refused the clock offset.
+      if (part.empty()) {
+        refused = true;
+        break;
+      }
       results.insert(results.end(), part.begin(), part.end());
       done = end;
     }
     QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
   });
   QTimer ticker;
-  QObject::connect(&ticker, &QTimer::timeout, [&] { progress.setValue(static_cast<int>(done.load())); });
+  QObject::connect(&ticker, &QTimer::timeout, [&] {
+    if (progress.wasCanceled()) cancelled = true;  // closed or Escape, not only the button
+    else progress.setValue(static_cast<int>(done.load()));
+  });
   ticker.start(50);
   loop.exec();
   worker.join();
   ticker.stop();
   progress.setValue(static_cast<int>(photos.size()));
   if (!jobMessage.empty()) appendMessage(message, jobMessage);
+  if (refused)
+    appendMessage(message, "The photos do not fit the track with this camera clock offset, so no more were written. "
+                           "Check the offset: the map shows where the photos would land.");
   if (cancelled) appendMessage(message, "Cancelled: " + std::to_string(results.size()) + " of " +
                                             std::to_string(photos.size()) + " photos done");
-  return started && !cancelled;
+  return started && !cancelled && !refused;
 }
 
 void applyGeotagResults(Document& document, const std::vector<GeotagPhotoResult>& results) {

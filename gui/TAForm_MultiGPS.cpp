@@ -26,6 +26,7 @@
 #include "gui/GeotagRunner.hpp"
 #include "gui/MapCanvas.hpp"
 #include "gui/PhotoPropertiesDialog.hpp"
+#include "gui/ReceiverPanel.hpp"
 #include "gui/SettingsDialog.hpp"
 #include "gui/TForm_wizard_fotos.hpp"
 #include "gui/TFrame_Lista_Fotos.hpp"
@@ -110,6 +111,14 @@ void TAForm_MultiGPS::buildDocks() {
   trackDock->setWidget(trackPanel_);
   addDockWidget(Qt::BottomDockWidgetArea, trackDock);
 
+  receiverPanel_ = new ReceiverPanel(this);
+  auto* receiverDock = new QDockWidget(tr("Receiver"), this);
+  receiverDock->setObjectName("receiverDock");
+  receiverDock->setWidget(receiverPanel_);
+  addDockWidget(Qt::BottomDockWidgetArea, receiverDock);
+  tabifyDockWidget(trackDock, receiverDock);
+  trackDock->raise();
+
   auto* photoBox = new QWidget(this);
   auto* photoLayout = new QVBoxLayout(photoBox);
   photoLayout->setContentsMargins(0, 0, 0, 0);
@@ -126,7 +135,7 @@ void TAForm_MultiGPS::buildDocks() {
     canvas_->setSelectedPhoto(photo);
   });
   connect(photoList_, &TFrame_Lista_Fotos::photoActivated, this, &TAForm_MultiGPS::showPhotoProperties);
-  resizeDocks({treeDock, photoDock}, {240, 380}, Qt::Horizontal);
+  resizeDocks({treeDock, photoDock}, {230, 430}, Qt::Horizontal);
   resizeDocks({trackDock}, {190}, Qt::Vertical);
 }
 
@@ -140,6 +149,7 @@ void TAForm_MultiGPS::buildMenus() {
   file->addAction(tr("Save &as..."), QKeySequence::SaveAs, this, &TAForm_MultiGPS::saveAsDialog);
   file->addSeparator();
   file->addAction(tr("&Close all"), this, [this] {
+    unsaved_.clear();
     document_.clear();
     documentChanged();
   });
@@ -248,6 +258,7 @@ bool TAForm_MultiGPS::saveSelected(const QString& file) {
       ok = document_.saveRoutes(i, target(document_.routeFiles[i].fileName), settings, message);
   if (!ok) showMessage(tr("Save"), QString::fromLatin1(message.c_str()));
   else {
+    unsaved_.remove(object);
     statusBar()->showMessage(tr("Saved"), 3000);
     rebuildTree();
   }
@@ -428,6 +439,10 @@ TForm_wizard_fotos* TAForm_MultiGPS::startGeotagWizard() {
     const GeotagSummary s = summarise(results);
     QString text = tr("%1 photos placed, %2 without time, %3 not covered by the track, %4 failed.")
                        .arg(s.tagged).arg(s.noTime).arg(s.notCovered).arg(s.failed);
+    if (!options.markTrackFile.empty() && s.tagged > 0) {
+      text += "\n" + tr("The track now holds a point for each photo placed; File > Save keeps it.");
+      for (const TVolGPS& t : document_.tracks) unsaved_.insert(&t);
+    }
     if (!message.empty()) text += "\n" + QString::fromLatin1(message.c_str());
     for (const GeotagPhotoResult& r : results)
       if (r.status == GeotagStatus::Error)
@@ -465,6 +480,14 @@ int TAForm_MultiGPS::openDropped(const QMimeData& data) {
 }
 
 void TAForm_MultiGPS::closeEvent(QCloseEvent* event) {
+  if (!unsaved_.isEmpty() &&
+      QMessageBox::question(this, tr("Quit"),
+                            tr("%n marked track(s) not saved. Quit anyway and lose the marks?", nullptr,
+                               static_cast<int>(unsaved_.size())),
+                            QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Cancel) != QMessageBox::Discard) {
+    event->ignore();
+    return;
+  }
   thumbnails_->waitForIdle();
   event->accept();
 }

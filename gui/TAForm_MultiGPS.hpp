@@ -27,6 +27,7 @@ class MapCanvas;
 class ThumbnailCache;
 class TileLayer;
 class TrackPanel;
+class ReceiverPanel;
 class TFrame_Lista_Fotos;
 class TFrame_Opciones_Fotos;
 class TForm_wizard_fotos;
@@ -51,6 +52,7 @@ class TAForm_MultiGPS : public QMainWindow {
   MapCanvas* canvas() const { return canvas_; }
   QTreeWidget* tree() const { return tree_; }
   TrackPanel* trackPanel() const { return trackPanel_; }
+  ReceiverPanel* receiverPanel() const { return receiverPanel_; }
   TFrame_Lista_Fotos* photoList() const { return photoList_; }
   TFrame_Opciones_Fotos* photoOptions() const { return photoOptions_; }
   TileLayer* tiles() const { return tiles_; }
@@ -59,6 +61,8 @@ class TAForm_MultiGPS : public QMainWindow {
   const QString& lastMessage() const { return lastMessage_; }
   QString statusText() const;  // datum, format and position, as the status bar shows them
   QStringList recentFiles() const;
+  // Tracks changed in memory (marked with photos) and not saved since.
+  int unsavedCount() const { return static_cast<int>(unsaved_.size()); }
 
   // The wizard, created for the current document; null when there is nothing to geotag.
   TForm_wizard_fotos* startGeotagWizard();
@@ -97,6 +101,7 @@ class TAForm_MultiGPS : public QMainWindow {
   MapCanvas* canvas_ = nullptr;
   QTreeWidget* tree_ = nullptr;
   TrackPanel* trackPanel_ = nullptr;
+  ReceiverPanel* receiverPanel_ = nullptr;
   TFrame_Lista_Fotos* photoList_ = nullptr;
   TFrame_Opciones_Fotos* photoOptions_ = nullptr;
   TileLayer* tiles_ = nullptr;
@@ -109,6 +114,7 @@ class TAForm_MultiGPS : public QMainWindow {
   QAction* tilesAction_ = nullptr;
   std::unique_ptr<TProyeccion> projection_;
   QSet<const void*> hidden_;
+  QSet<const void*> unsaved_;  // tracks marked with photos and not saved since
   QString lastMessage_;
   bool fillingTree_ = false;
 };

@@ -132,13 +132,14 @@ TFrame_Lista_Fotos::TFrame_Lista_Fotos(ThumbnailCache* thumbnails, QWidget* pare
 void TFrame_Lista_Fotos::setPhotos(std::vector<TFoto*> photos) {
   model_->setPhotos(std::move(photos));
   view_->resizeColumnToContents(PhotoListModel::kTime);
+  view_->resizeColumnToContents(PhotoListModel::kPosition);
 }
 
 void TFrame_Lista_Fotos::setThumbnailPercent(int percent) {
   const int edge = ThumbnailCache::kMaxEdgePx * percent / 100;
   model_->setThumbnailEdge(edge);
   view_->setIconSize(QSize(edge, edge * 3 / 4));
-  view_->setColumnWidth(PhotoListModel::kName, edge + 150);
+  view_->setColumnWidth(PhotoListModel::kName, edge + 120);
 }
 
 void TFrame_Lista_Fotos::selectPhoto(const TFoto* photo) {

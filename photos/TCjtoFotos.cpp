@@ -49,11 +49,18 @@ bool TFoto::load(const std::filesystem::path& file, std::string& message) {
   return true;
 }
 
-bool TFoto::Save(const std::filesystem::path& target, std::string& message) {
+bool TFoto::SetFix(std::string& message) {
   if (!hasPosition || !exif.SetGpsPosition(position, datum, message)) {
     appendMessage(message, kErrSavingCoordinates);
     return false;
   }
+  for (const TTifTag& entry : fixEntries)
+    exif.SetTagInDirectory(kGpsIfd, entry.key, entry.type, entry.count, entry.data);
+  return true;
+}
+
+bool TFoto::Save(const std::filesystem::path& target, std::string& message, const SafeWriteOptions& write) {
+  if (!SetFix(message)) return false;
   const bool inPlace = sameFile(target, fileName);
   std::error_code ec;
   if (!inPlace && std::filesystem::exists(std::filesystem::symlink_status(target, ec))) {
@@ -61,7 +68,7 @@ bool TFoto::Save(const std::filesystem::path& target, std::string& message) {
     return false;
   }
   if (exif.fileName().empty()) exif.setFileName(fileName);
-  if (!exif.Write(target, !inPlace, message)) {
+  if (!exif.Write(target, !inPlace, message, write)) {
     if (!inPlace) appendMessage(message, kErrSavingFile);
     return false;
   }

@@ -35,6 +35,9 @@ class TFoto {
   std::string loadMessage;       // why not, when it could not
   TJpegExif exif;                // owns the tag list
   std::string thumbnail;         // the JPEG thumbnail of the EXIF block, when there is one
+  // GPS entries that belong to the new fix (its estimated error, say): set after the position,
+  // which clears what the old fix left behind.
+  std::vector<TTifTag> fixEntries;
 
   // Reads the EXIF data, the capture time and any stored position (converted to the working datum).
   bool load(const std::filesystem::path& file, std::string& message);
@@ -42,7 +45,9 @@ class TFoto {
 
   // Writes the position into the photo: into `target`, which must not exist yet, or in place when
   // `target` is the photo's own file. The photo then refers to the target.
-  bool Save(const std::filesystem::path& target, std::string& message);
+  bool Save(const std::filesystem::path& target, std::string& message, const SafeWriteOptions& write = {});
+  // The position and `fixEntries` into the tag list only (what Save writes).
+  bool SetFix(std::string& message);
 
   std::vector<PhotoField> exifFields() const;
   // "Exif::<key>": the first entry with that key in IFD0, the EXIF IFD, then the GPS IFD.

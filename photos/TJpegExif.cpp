@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -18,14 +17,18 @@
 #include "coords/TListaDatums.hpp"
 #include "core/messages.hpp"
 #include "photos/exif_maker_notes.hpp"
+#include "photos/exif_rationals.hpp"
+#include "photos/jpeg_segments.hpp"
 #include "photos/exif_tag_labels.hpp"
 
 // Departures kept on purpose (they are the system's behaviour): types 8 and 11 count one byte;
-// rationals with a numerator of 1 or less read as the numerator itself; the altitude reference is
-// neither read nor used for the sign; IFD0 must start at offset 8; segments before the first APP1
-// are not carried over. Additions for the safety of photos: offsets are checked against the
-// segment, the interoperability IFD is rebuilt with the rest, and a maker note that addresses its
-// data from the TIFF header is relocated, or dropped when its layout cannot be followed.
+// rationals with a numerator of 1 or less read as the numerator itself; IFD0 must start at offset
+// 8; segments before the first APP1 are not carried over (they are named in dropped()). With
+// GpsQuirks::Exact the GPS writer and reader also keep the quirks that damage photos (see
+// GpsQuirks); the safe default reads the altitude reference. Additions for the safety of photos:
+// offsets are checked against the segment, the interoperability IFD and an uncompressed thumbnail
+// are rebuilt with the rest, and the maker note is rebuilt by its maker's convention
+// (exif_maker_notes), whatever cannot be kept being named.
 
 namespace pixtrail {
 
@@ -39,9 +42,6 @@ constexpr std::size_t kMaxSegmentData = 0xFFFF - 2;  // the APP1 length field co
 constexpr std::uint32_t kInteropDirectory = 4;       // private: never in the entry list
 
 constexpr std::string_view kErrFileNotFound = "File not found!";
-constexpr std::string_view kErrSoi = "Error in SOI";
-constexpr std::string_view kErrApp1 = "Error APP1 header";
-constexpr std::string_view kErrDqt = "Error Define Quantization Table";
 constexpr std::string_view kErrExifHeader = "Error in EXIF header";
 constexpr std::string_view kErrTiffHeader = "Error TIF headder";
 constexpr std::string_view kErrIfd0Offset = "Error 0th IFD Offset";
@@ -63,82 +63,23 @@ constexpr std::string_view kWgs84Name = "WGS-84";
 constexpr double kMinutesPerDegree = 60.0;
 constexpr double kSecondsPerDegree = 3600.0;
 constexpr double kNoDegrees = -99999.0;
-constexpr double kRationalFractionLimit = 0.000001;
-constexpr double kRationalDenominator = 1000.0;
 
 // Pointer entries the writer cannot rebuild; they are left out rather than left wrong.
-constexpr std::array<std::pair<std::uint16_t, std::string_view>, 3> kUnrebuiltPointerTags = {
-    {{0x014A, "SubIFDs"}, {0x0111, "StripOffsets"}, {0x0144, "TileOffsets"}}};
+// Their byte counts go with them: counts without offsets are a broken image description.
+constexpr std::array<std::pair<std::uint16_t, std::string_view>, 5> kUnrebuiltPointerTags = {
+    {{0x014A, "SubIFDs"},
+     {0x0111, "StripOffsets"},
+     {0x0117, "StripByteCounts"},
+     {0x0144, "TileOffsets"},
+     {0x0145, "TileByteCounts"}}};
+constexpr std::uint16_t kKeyStripOffsets = 0x1101;     // 0x0111 as held
+constexpr std::uint16_t kKeyStripByteCounts = 0x1701;  // 0x0117 as held
 
 // GPS entries that describe one fix besides its place: when a new position replaces an old one they
 // would pair the new place with the old fix's time, speed or heading. Tags 7 to 17 and 19 to 31.
 constexpr std::array<std::uint16_t, 24> kOldFixGpsTags = {7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17, 19,
                                                           20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31};
 
-// Random access to the source, whether a file or bytes in memory.
-struct MemorySource {
-  std::string_view bytes;
-  bool read(std::uint64_t pos, unsigned char* out, std::size_t n) const {
-    if (pos > bytes.size() || n > bytes.size() - pos) return false;
-    std::copy_n(bytes.data() + pos, n, out);
-    return true;
-  }
-};
-
-struct FileSource {
-  int fd = -1;
-  bool read(std::uint64_t pos, unsigned char* out, std::size_t n) const {
-    std::size_t done = 0;
-    while (done < n) {
-      const ssize_t got = ::pread(fd, out + done, n - done, static_cast<off_t>(pos + done));
-      if (got <= 0) return false;
-      done += static_cast<std::size_t>(got);
-    }
-    return true;
-  }
-};
-
-struct App1Location {
-  std::uint64_t marker = 0;  // offset of 0xFF 0xE1
-  std::uint16_t length = 0;  // the segment's length field
-  std::uint64_t contentStart() const { return marker + 4; }
-  std::uint64_t contentLength() const { return length > 5 ? length - 2u : 0u; }
-};
-
-// Finds the first APP1 segment before the quantisation tables. Only APP1 and DQT are special;
-// every other marker is skipped by its length without checking its 0xFF prefix.
-template <typename Source>
-bool walkToApp1(const Source& source, App1Location& out, std::string& message) {
-  unsigned char b[2];
-  if (!source.read(0, b, 2) || b[0] != 0xFF || b[1] != 0xD8) {
-    appendMessage(message, kErrSoi);
-    return false;
-  }
-  std::uint64_t pos = 2;
-  while (true) {
-    if (!source.read(pos, b, 2)) {
-      appendMessage(message, kErrDqt);  // ran out of file without meeting APP1
-      return false;
-    }
-    if (b[0] == 0xFF && b[1] == 0xE1) break;
-    if (b[0] == 0xFF && b[1] == 0xDB) {
-      appendMessage(message, kErrDqt);
-      return false;
-    }
-    if (!source.read(pos + 2, b, 2)) {
-      appendMessage(message, kErrDqt);
-      return false;
-    }
-    pos += 2 + readU16(b, ByteOrder::big);
-  }
-  if (!source.read(pos + 2, b, 2) || readU16(b, ByteOrder::big) == 0) {
-    appendMessage(message, kErrApp1);
-    return false;
-  }
-  out.marker = pos;
-  out.length = readU16(b, ByteOrder::big);
-  return true;
-}
 
 const unsigned char* bytesOf(std::string_view s) { return reinterpret_cast<const unsigned char*>(s.data()); }
 
@@ -206,6 +147,23 @@ struct TiffReader {
   }
 };
 
+int findInDirectory(const VectorI<TTifTag>& tags, std::uint32_t directory, std::uint16_t key) {
+  for (std::size_t i = 0; i < tags.size(); ++i)
+    if (tags[i].key == key && tags[i].directory == directory) return static_cast<int>(i);
+  return -1;
+}
+
+// SHORT or LONG values of an entry (its data is little-endian once read).
+std::vector<std::uint32_t> unsignedValues(const TTifTag& tag) {
+  std::vector<std::uint32_t> out;
+  const std::size_t size = tag.type == kTypeShort ? 2 : tag.type == kTypeLong ? 4 : 0;
+  if (size == 0) return out;
+  const auto* p = reinterpret_cast<const unsigned char*>(tag.data.data());
+  for (std::size_t i = 0; i + size <= tag.data.size(); i += size)
+    out.push_back(size == 2 ? readU16(p + i, ByteOrder::little) : readU32(p + i, ByteOrder::little));
+  return out;
+}
+
 int findKey(const VectorI<TTifTag>& tags, std::uint16_t key) {
   for (std::size_t i = 0; i < tags.size(); ++i)
     if (tags[i].key == key) return static_cast<int>(i);
@@ -216,77 +174,6 @@ std::uint32_t le32(const std::string& data, std::size_t offset) {
   return data.size() >= offset + 4 ? readU32(bytesOf(data) + offset, ByteOrder::little) : 0;
 }
 
-// The system's rational rule: a numerator of 1 or less is the value itself.
-double rationalValue(const std::string& data, std::size_t index) {
-  const auto numerator = static_cast<std::int32_t>(le32(data, index * 8));
-  const std::uint32_t denominator = le32(data, index * 8 + 4);
-  if (numerator >= 2) return static_cast<double>(numerator) / static_cast<double>(denominator);
-  return numerator;
-}
-
-std::int32_t clampToInt32(double x) {
-  constexpr double kMax = std::numeric_limits<std::int32_t>::max();
-  constexpr double kMin = std::numeric_limits<std::int32_t>::min();
-  if (!(x == x)) return 0;
-  return static_cast<std::int32_t>(std::clamp(std::trunc(x), kMin, kMax));
-}
-
-// The system's rational: thousandths when there is a fraction, else a whole number, both truncated.
-// With `decimal`, a value that is a whole number of thousandths but lies a hair below it in binary
-// (465.4 is 465.39999...) keeps its last unit.
-void appendRational(std::string& out, double x, bool decimal) {
-  std::int32_t numerator = 0;
-  std::uint32_t denominator = 1;
-  auto scaled = [decimal](double v) {
-    constexpr double kBinarySlack = 1e-6;
-    const double nearest = std::round(v);
-    return decimal && std::fabs(v - nearest) < kBinarySlack ? nearest : v;
-  };
-  if (std::fabs(x - std::trunc(x)) >= kRationalFractionLimit) {
-    numerator = clampToInt32(scaled(x * kRationalDenominator));
-    denominator = static_cast<std::uint32_t>(kRationalDenominator);
-  } else {
-    numerator = clampToInt32(scaled(x));
-  }
-  appendI32(out, numerator, ByteOrder::little);
-  appendU32(out, denominator, ByteOrder::little);
-}
-
-// An altitude held in single precision, as the decimal it was read from: the shortest text that
-// gives back the same float ("465.4", not 465.399993896484375).
-double decimalOf(float x) {
-  char text[32];
-  const auto end = std::to_chars(text, text + sizeof text, x).ptr;
-  return std::strtod(std::string(text, end).c_str(), nullptr);
-}
-
-// Degrees, minutes and seconds as three rationals. With `decimal` the split is done in whole
-// thousandths of a second, so that 40.4 degrees gives 40 24 0 rather than 40 23 59.999.
-std::string degreesMinutesSeconds(double v, bool decimal) {
-  std::string out;
-  if (decimal) {
-    constexpr double kMilliPerDegree = kSecondsPerDegree * kRationalDenominator;
-    constexpr double kBinarySlack = 1e-4;
-    const double scaled = v * kMilliPerDegree;
-    const double nearest = std::round(scaled);
-    const auto total = static_cast<std::int64_t>(std::fabs(scaled - nearest) < kBinarySlack ? nearest : std::floor(scaled));
-    const auto milliPerMinute = static_cast<std::int64_t>(kMilliPerDegree / kMinutesPerDegree);
-    const std::int64_t degrees = total / static_cast<std::int64_t>(kMilliPerDegree);
-    const std::int64_t rest = total % static_cast<std::int64_t>(kMilliPerDegree);
-    appendRational(out, static_cast<double>(degrees), false);
-    appendRational(out, static_cast<double>(rest / milliPerMinute), false);
-    appendRational(out, static_cast<double>(rest % milliPerMinute) / kRationalDenominator, true);
-    return out;
-  }
-  const double degrees = std::trunc(v);
-  const double m = (v - degrees) * kMinutesPerDegree;
-  const double minutes = std::trunc(m);
-  const double seconds = (m - minutes) * kMinutesPerDegree;
-  appendRational(out, degrees, decimal);
-  appendRational(out, minutes, decimal);
-  appendRational(out, seconds, decimal);
-  return out;
-}
 
 void putU32(std::string& out, std::size_t at, std::uint32_t v) {
   std::string bytes;
@@ -372,7 +259,16 @@ DateTimeRecord parseExifDateTime(std::string_view text) {
 }
 
 bool TJpegExif::Read(const std::filesystem::path& file, std::string& message) {
-  const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+  std::string why;
+  std::FILE* stream = openRegularFile(file, why);  // a FIFO or a device would never end
+  if (stream == nullptr) {
+    std::error_code ec;
+    if (std::filesystem::exists(file, ec)) appendMessage(message, why);  // missing: the system's text alone
+    appendMessage(message, kErrFileNotFound);
+    return false;
+  }
+  const int fd = ::dup(::fileno(stream));
+  std::fclose(stream);
   if (fd < 0) {
     appendMessage(message, kErrFileNotFound);
     return false;
@@ -448,6 +344,20 @@ bool TJpegExif::readTiff(std::string_view segment, std::string& message) {
     thumbnailValid = reader.has(offset, length);
     if (thumbnailValid) thumbnail.assign(tiff.substr(offset, length));
   }
+  // An uncompressed thumbnail lies in strips, addressed like the JPEG one.
+  std::vector<std::string> strips;
+  bool stripsValid = false;
+  const int stripOffsets = findInDirectory(tags, kIfd1, kKeyStripOffsets);
+  const int stripCounts = findInDirectory(tags, kIfd1, kKeyStripByteCounts);
+  if (stripOffsets >= 0 && stripCounts >= 0) {
+    const std::vector<std::uint32_t> offsets = unsignedValues(tags[stripOffsets]);
+    const std::vector<std::uint32_t> counts = unsignedValues(tags[stripCounts]);
+    stripsValid = !offsets.empty() && offsets.size() == counts.size();
+    for (std::size_t i = 0; stripsValid && i < offsets.size(); ++i) {
+      stripsValid = reader.has(offsets[i], counts[i]);
+      if (stripsValid) strips.emplace_back(tiff.substr(offsets[i], counts[i]));
+    }
+  }
   VectorI<TTifTag> interop;
   bool interopValid = false;
   const int interopPointer = findKey(tags, kKeyInteropPointer);
@@ -471,6 +381,8 @@ bool TJpegExif::readTiff(std::string_view segment, std::string& message) {
   tags_ = std::move(tags);
   thumbnail_ = std::move(thumbnail);
   thumbnailValid_ = thumbnailValid;
+  strips_ = stripsValid ? std::move(strips) : std::vector<std::string>{};
+  stripsValid_ = stripsValid;
   interop_ = interopValid ? std::move(interop) : VectorI<TTifTag>{};
   interopValid_ = interopValid;
   return true;
@@ -691,7 +603,8 @@ std::string TJpegExif::buildExifSegment() {
   };
   auto carried = [&](const TTifTag& tag) {
     const std::uint16_t number = tag.tagNumber();
-    if (tag.directory != kGpsIfd) {
+    const bool strip = tag.key == kKeyStripOffsets || tag.key == kKeyStripByteCounts;
+    if (tag.directory != kGpsIfd && !(strip && tag.directory == kIfd1 && stripsValid_)) {
       for (const auto& [pointer, name] : kUnrebuiltPointerTags)
         if (number == pointer) return drop(std::string(name));
     }
@@ -767,6 +680,21 @@ std::string TJpegExif::buildExifSegment() {
       patchPointer(kIfd1, kKeyThumbnailOffset, offset);
       patchPointer(kIfd1, kKeyThumbnailLength, static_cast<std::uint32_t>(thumbnail_.size()));
     }
+    const int offsets = FindTag(kIfd1, kKeyStripOffsets);
+    if (stripsValid_ && offsets >= 0) {
+      const TTifTag& tag = tags_[offsets];
+      const std::size_t size = tiffTypeSize(tag.type);
+      const std::size_t values = tag.writePosition + 8;
+      const std::size_t array = tag.data.size() <= 4 ? values : readU32(bytesOf(t) + values, ByteOrder::little);
+      for (std::size_t i = 0; i < strips_.size(); ++i) {
+        alignEven(t);
+        std::string where;
+        if (size == 2) appendU16(where, static_cast<std::uint16_t>(t.size()), ByteOrder::little);
+        else appendU32(where, static_cast<std::uint32_t>(t.size()), ByteOrder::little);
+        t.replace(array + i * size, size, where);
+        t += strips_[i];
+      }
+    }
   }
   return std::string(kExifHeader) + t;
 }
@@ -814,10 +742,11 @@ bool TJpegExif::RenderBytes(std::string_view source, std::string& jpeg, std::str
   return true;
 }
 
-bool TJpegExif::Write(const std::filesystem::path& target, bool mustNotExist, std::string& message) {
+bool TJpegExif::Write(const std::filesystem::path& target, bool mustNotExist, std::string& message,
+                      const SafeWriteOptions& write) {
   std::string jpeg;
   if (!Render(jpeg, message)) return false;
-  SafeWriteOptions options;
+  SafeWriteOptions options = write;
   options.mustNotExist = mustNotExist;
   if (!writeFileSafely(target, jpeg, options, message)) {
     appendMessage(message, kErrCreateFile);

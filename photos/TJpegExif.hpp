@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/DateTimeRecord.hpp"
+#include "core/SafeFile.hpp"
 #include "core/TCoord.hpp"
 #include "core/VectorP.hpp"
 #include "photos/exif_maker_notes.hpp"
@@ -111,8 +112,10 @@ class TJpegExif {
   // The same from the source's bytes already in memory.
   bool RenderBytes(std::string_view source, std::string& jpeg, std::string& message);
   // Renders and writes through a temporary file and a rename; with mustNotExist an existing
-  // target is never replaced. On success the object takes the target as its file name.
-  bool Write(const std::filesystem::path& target, bool mustNotExist, std::string& message);
+  // target is never replaced; `write` says what else to keep or refuse. On success the object takes
+  // the target as its file name.
+  bool Write(const std::filesystem::path& target, bool mustNotExist, std::string& message,
+             const SafeWriteOptions& write = {});
 
   // Finds the entry by key whatever its directory (the system's lookup) and replaces it, else adds it.
   TTifTag& SetTag(std::uint32_t directory, std::uint16_t key, std::uint16_t type,
@@ -149,6 +152,8 @@ class TJpegExif {
   std::filesystem::path fileName_;
   std::string thumbnail_;
   bool thumbnailValid_ = false;  // a zero-length thumbnail is valid; an unreadable one is not
+  std::vector<std::string> strips_;  // an uncompressed thumbnail's strips
+  bool stripsValid_ = false;
   // Kept beside the four directories so their pointers stay valid when the block is rebuilt.
   VectorI<TTifTag> interop_;
   bool interopValid_ = false;

@@ -75,7 +75,8 @@ struct PointerPair {
   std::uint16_t lengthTag;  // 0: the length is unknown
   std::string_view name;
 };
-constexpr std::array<PointerPair, 6> kPointerPairs = {{
+constexpr std::array<PointerPair, 7> kPointerPairs = {{
+    {"NIKON", 0x0201, 0x0202, "PreviewImage"},  // in Nikon's preview directory
     {"Minolta", 0x0088, 0x0089, "PreviewImage"},
     {"KONICA", 0x0088, 0x0089, "PreviewImage"},
     {"OLYMPUS", 0x0088, 0x0089, "PreviewImage"},
@@ -84,14 +85,31 @@ constexpr std::array<PointerPair, 6> kPointerPairs = {{
     {"Canon", 0x0083, 0, "OriginalDecisionData"},
 }};
 
+// Entries that point to a directory of the note's own while typed as a plain LONG.
+struct SubDirectoryTag {
+  std::string_view make;
+  std::uint16_t tag;
+};
+constexpr std::array<SubDirectoryTag, 1> kSubDirectoryTags = {{{"NIKON", 0x0011}}};
+
+// Binary blocks that readers decode as arrays of words in the note's byte order: when the note
+// turns Intel they must turn with it.
+struct BinaryWords {
+  std::string_view make;
+  std::uint16_t tag;
+  std::size_t word;
+};
+constexpr std::array<BinaryWords, 2> kBinaryWords = {{{"PENTAX", 0x021C, 2}, {"PENTAX", 0x021D, 2}}};
+
 struct Entry {
   std::size_t at = 0;  // position of the entry in the note
-  std::uint16_t tag = 0, type = 0;
+  std::uint16_t tag = 0, type = 0, writtenType = 0;
   std::uint32_t count = 0, value = 0;
   std::uint64_t size = 0;  // count x field size
   std::optional<std::size_t> target;  // where its out-of-line value stands in the rebuilt note
   std::uint64_t blockSize = 0;        // for pointer pairs: the block's length
   bool pointerPair = false;
+  bool cleared = false;  // a pointer whose block is lost: it now says "none"
   bool drop = false;
 };
 
@@ -140,6 +158,12 @@ class NoteRebuilder {
   std::size_t size() const { return out_.size(); }
 
  private:
+  std::size_t wordsOf(const Entry& e) const {
+    for (const BinaryWords& row : kBinaryWords)
+      if (e.tag == row.tag && e.type == 7 && make_.substr(0, row.make.size()) == row.make) return row.word;
+    return wordSize(e.type);
+  }
+
   std::uint16_t u16(std::size_t at) const { return readU16(bytesOf(out_) + at, order_); }
   std::uint32_t u32(std::size_t at) const { return readU32(bytesOf(out_) + at, order_); }
 
@@ -149,7 +173,7 @@ class NoteRebuilder {
       Entry& e = entries[i];
       e.at = directory + 2 + kEntrySize * i;
       e.tag = u16(e.at);
-      e.type = u16(e.at + 2);
+      e.type = e.writtenType = u16(e.at + 2);
       e.count = u32(e.at + 4);
       e.value = u32(e.at + 8);
       e.size = std::uint64_t{e.count} * fieldSize(e.type);
@@ -174,6 +198,9 @@ class NoteRebuilder {
   }
 
   void placeValue(Entry& e) {
+    for (const SubDirectoryTag& sub : kSubDirectoryTags)
+      if (e.tag == sub.tag && e.type == 4 && e.count == 1 && make_.substr(0, sub.make.size()) == sub.make)
+        e.type = kTypeSubDirectory;  // read as one; written back with its own type below
     if (e.size <= 4 && e.type != kTypeSubDirectory) return;
     // A sub-directory's size is its own business: locate its first bytes, the walk checks the rest.
     e.target = locate(e.value, e.type == kTypeSubDirectory ? 2 : e.size);
@@ -191,17 +218,19 @@ class NoteRebuilder {
         size = length->type == 3 ? (length->value >> (order_ == ByteOrder::big ? 16 : 0)) & 0xFFFF : length->value;
       start->pointerPair = true;
       start->blockSize = size;
+      if (start->value == 0) continue;  // "none"
       if (pair.lengthTag == 0) {
         // Without a length the block can only be followed while it stays inside the note.
         const std::int64_t inNote = layout_.base == Base::Tiff ? std::int64_t{start->value} - noteStart_
                                                                : std::int64_t{start->value} + std::int64_t(layout_.baseInNote);
         if (inNote >= 0 && static_cast<std::uint64_t>(inNote) < bodySize_) start->target = static_cast<std::size_t>(inNote);
-        else start->drop = true;
       } else if (size > 0) {
         start->target = locate(start->value, size);
-        if (!start->target) start->drop = true;
       }
-      if (start->drop) plan_.dropped.push_back(std::string(pair.name));
+      // Removing the entry would move the directory's end, which readers use to check the note's
+      // offsets; it stays and points nowhere.
+      start->cleared = !start->target && (pair.lengthTag == 0 || size > 0);
+      if (start->cleared) plan_.dropped.push_back(std::string(pair.name));
     }
   }
 
@@ -217,26 +246,29 @@ class NoteRebuilder {
       kept.push_back(e);
     }
     const ByteOrder outOrder = swap_ ? ByteOrder::little : order_;
-    const std::uint32_t next = u32(directory + 2 + kEntrySize * entries.size());
+    // Panasonic's directory, and a note cut short, end without a next-directory offset.
+    const std::size_t nextAt = directory + 2 + kEntrySize * entries.size();
+    const bool hasNext = nextAt + 4 <= bodySize_;
+    const std::uint32_t next = hasNext ? u32(nextAt) : 0;
     std::string dir;
     appendU16(dir, static_cast<std::uint16_t>(kept.size()), outOrder);
     for (Entry& e : kept) {
       const std::size_t at = directory + dir.size();
-      std::string value = out_.substr(e.at + 8, 4);
-      if (swap_ && !e.target && !e.pointerPair) swapWords(value, 0, std::min<std::uint64_t>(e.size, 4), wordSize(e.type));
+      std::string value = e.cleared ? std::string(4, '\0') : out_.substr(e.at + 8, 4);
+      if (swap_ && !e.target && !e.pointerPair) swapWords(value, 0, std::min<std::uint64_t>(e.size, 4), wordsOf(e));
       appendU16(dir, e.tag, outOrder);
-      appendU16(dir, e.type, outOrder);
+      appendU16(dir, e.writtenType, outOrder);
       appendU32(dir, e.count, outOrder);
       dir += value;
       e.at = at;
     }
-    appendU32(dir, next, outOrder);
-    dir.resize(2 + kEntrySize * entries.size() + 4, '\0');
+    if (hasNext) appendU32(dir, next, outOrder);
+    dir.resize(2 + kEntrySize * entries.size() + (hasNext ? 4 : 0), '\0');
     out_.replace(directory, dir.size(), dir);
     for (const Entry& e : kept) {
       if (swap_ && e.target && e.type != kTypeSubDirectory && !e.pointerPair)
-        swapBlock(*e.target, static_cast<std::size_t>(e.size), wordSize(e.type));
-      if (e.pointerPair && !e.target && swap_) {  // a pair without a block: still a LONG to swap
+        swapBlock(*e.target, static_cast<std::size_t>(e.size), wordsOf(e));
+      if (e.pointerPair && !e.target && !e.cleared && swap_) {  // a pair without a block: still a LONG to swap
         std::string value = out_.substr(e.at + 8, 4);
         swapWords(value, 0, 4, 4);
         out_.replace(e.at + 8, 4, value);
@@ -315,6 +347,8 @@ MakerNotePlan planMakerNote(std::string_view tiff, std::uint32_t oldOffset, std:
     if (note.size() < layout->directoryPointerAt + 4) return note.size();
     return layout->baseInNote + std::size_t{readU32(bytesOf(note) + layout->directoryPointerAt, o)};
   };
+  // Software that rewrote the file sometimes left the marker behind: trust the entries.
+  if (order && !NoteRebuilder::looksLikeDirectory(note, directoryFor(*order), *order)) order.reset();
   if (!order) {
     for (ByteOrder o : {parent, otherOrder(parent)}) {
       if (NoteRebuilder::looksLikeDirectory(note, directoryFor(o), o)) {

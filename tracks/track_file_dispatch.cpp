@@ -5,11 +5,13 @@
 #include <array>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 
+#include "core/SafeFile.hpp"
+#include "core/input_limits.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "tracks/track_file_native.hpp"
+#include "tracks/track_format_igc.hpp"
 
 namespace pixtrail {
 
@@ -25,58 +27,55 @@ fs::path savedIgcFileName(const fs::path& requested) {
   return fs::path(requested).replace_extension(".IGC");
 }
 
-// An IGZ file is a zip archive holding the IGC log: its first entry is unpacked next to it.
-bool readZippedIgcTrack(const fs::path& file, TVolGPS& track, const TrackFileSettings& settings,
-                        std::string& message) {
-  fs::path unpacked = file;
-  unpacked += ".igc.tmp";
-  bool ok = false;
+// An IGZ file is a zip archive holding the IGC log: its first entry is unpacked into memory, never
+// beside the archive (a read-only folder, a planted link or a zip bomb there would all hurt).
+bool readZippedIgcTrack(const fs::path& file, TVolGPS& track, const TrackFileSettings&, std::string& message) {
+  // The archive itself is checked like any input (a FIFO or a device is refused by name).
+  std::FILE* archive = openRegularFile(file, message);
+  if (archive == nullptr) return false;
+  std::fclose(archive);
+  std::string log;
+  bool ok = false, tooLarge = false;
   if (unzFile zip = unzOpen64(file.c_str())) {
     if (unzGoToFirstFile(zip) == UNZ_OK && unzOpenCurrentFile(zip) == UNZ_OK) {
-      std::ofstream out(unpacked, std::ios::binary | std::ios::trunc);
       std::array<char, kUnzipBufferBytes> buffer{};
       int n = 0;
-      while (out && (n = unzReadCurrentFile(zip, buffer.data(), static_cast<unsigned>(buffer.size()))) > 0)
-        out.write(buffer.data(), n);
-      ok = n == 0 && out.good();
+      while ((n = unzReadCurrentFile(zip, buffer.data(), static_cast<unsigned>(buffer.size()))) > 0) {
+        if (log.size() + static_cast<std::size_t>(n) > limits::kMaxUnpackedBytes) {
+          tooLarge = true;
+          break;
+        }
+        log.append(buffer.data(), static_cast<std::size_t>(n));
+      }
+      ok = n == 0 && !tooLarge;
       unzCloseCurrentFile(zip);
     }
     unzClose(zip);
   }
+  if (tooLarge) {
+    appendMessage(message, file.string() + ": the log in the archive is too large (over " +
+                               std::to_string(limits::kMaxUnpackedBytes / limits::kMiB) + " MiB)");
+    return false;
+  }
   if (!ok) {
-    std::error_code ec;
-    fs::remove(unpacked, ec);
     appendMessage(message, "Error unziping file in IGZ");
     return false;
   }
-  const bool read = readIgcTrack(unpacked, track, settings, message);
-  std::error_code ec;
-  fs::remove(unpacked, ec);
-  return read;
+  return readIgcTrackText(log, file.string(), track, message);
 }
 
-// The IGC save sequence: the log goes to NAME.tmp; only when it is complete does the old file
-// become NAME.bak (when the track asks for it) and the temporary file take the name.
+// The IGC save: the log is complete on disk before the old file becomes NAME.bak (when the track
+// asks for it) and the new one takes the name, in one rename.
 bool saveIgcTrack(const TVolGPS& track, const fs::path& requested, const TrackFileSettings& settings,
                   std::string& message) {
   const fs::path target = savedIgcFileName(requested);
-  fs::path temporary = target;
-  temporary += ".tmp";
-  std::error_code ec;
-  if (!writeIgcTrack(track, temporary, settings, message)) {
-    fs::remove(temporary, ec);
-    return false;
-  }
+  SafeWriteOptions options;
   // The track's own flag, or the caller's request to keep what it replaces (convert --overwrite).
-  if ((track.backupOnIgcSave || settings.keepBackup) && fs::exists(target, ec)) {
-    fs::path backup = target;
-    backup.replace_extension(".bak");
-    fs::remove(backup, ec);
-    fs::rename(target, backup, ec);
-  }
-  // rename() replaces the target in one step, so there is no moment without a file.
-  fs::rename(temporary, target, ec);
-  if (ec) {
+  options.keepBackup = track.backupOnIgcSave || settings.keepBackup;
+  options.mustNotExist = settings.mustNotExist;
+  std::string reason;
+  if (!writeFileSafely(target, igcTrackText(track), options, reason)) {
+    appendMessage(message, reason);
     appendMessage(message, "Error renaming the tmp file to igc");
     return false;
   }
@@ -136,6 +135,7 @@ bool writeNativeTrackFile(const TVolGPS& track, const fs::path& file, const Trac
   options.file = settings.file;
   options.preferGpsAltitude = settings.track.preferGpsAltitude;
   options.keepBackup = settings.keepBackup;
+  options.mustNotExist = settings.mustNotExist;
   fs::path written;
   return writeNativeTrack(track, file, options, written, message);
 }
@@ -184,9 +184,19 @@ bool exportSegment(const TVolGPS& track, std::size_t k, const TrackFileSettings&
   }
   std::string ignored;
   segment->Recalculate(settings.track, ignored);
-  if (!writeNativeTrackFile(*segment, segment->fileName, settings, message)) return false;
+  TrackFileSettings newFile = settings;
+  newFile.mustNotExist = true;  // also when the name appears between the check and the write
+  if (!writeNativeTrackFile(*segment, segment->fileName, newFile, message)) return false;
   written = segment->fileName;
   return true;
+}
+
+bool isTrackSaveExtension(const fs::path& file) {
+  const std::string ext = extensionOf(file);
+  if (equalsIgnoreCase(ext, "IGC") || equalsIgnoreCase(ext, "TRK")) return true;
+  for (const SaveRow& row : kSaveTable)
+    if (equalsIgnoreCase(ext, row.extension)) return true;
+  return false;
 }
 
 bool saveTrack(TVolGPS& track, const fs::path& file, const TrackFileSettings& settings, std::string& message) {

@@ -25,6 +25,10 @@ bool openTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFil
 bool saveTrack(TVolGPS& track, const std::filesystem::path& file, const TrackFileSettings& settings,
                std::string& message);
 
+// Whether saveTrack has a writer for `file`'s extension, to be asked before work that a save
+// failing at the end would waste.
+bool isTrackSaveExtension(const std::filesystem::path& file);
+
 // Saves segment k of `track` as a native track of its own named after the track plus
 // "_subtrack.TRK"; an existing file of that name is not replaced. `written` receives the name.
 bool exportSegment(const TVolGPS& track, std::size_t k, const TrackFileSettings& settings,

@@ -4,7 +4,7 @@
 #include <array>
 #include <limits>
 #include <cstdio>
-#include <fstream>
+#include <memory>
 
 #include "app/Configuration.hpp"
 #include "core/SafeFile.hpp"
@@ -196,6 +196,19 @@ std::filesystem::path nativeTrackFileName(const std::filesystem::path& requested
 
 bool formatNativeTrack(const TVolGPS& track, const NativeTrackWriteOptions& options, std::string& out,
                        std::string& message) {
+  // Written as they stand, 1066 would read back as 1966: such years are refused, not changed.
+  const std::string range = " cannot be written (this format holds " + std::to_string(kFirstTwoDigitYear) + " to " +
+                            std::to_string(kLastTwoDigitYear) + ")";
+  for (std::size_t i = 0; i < track.points.size(); ++i) {
+    if (pointDateFits(track.points[i].time)) continue;
+    appendMessage(message, "Point " + std::to_string(i + 1) + ": the year " +
+                               std::to_string(track.points[i].time.year) + range);
+    return false;
+  }
+  if (!pointDateFits(track.headerRecord.start)) {
+    appendMessage(message, "Track start: the year " + std::to_string(track.headerRecord.start.year) + range);
+    return false;
+  }
   std::string datumName;
   if (!datumNameForFile(options.file.datum, datumName, message)) return false;
   if (!isFileCoordinateMode(options.file.mode)) {
@@ -291,6 +304,7 @@ bool writeNativeTrack(const TVolGPS& track, const std::filesystem::path& request
   if (!formatNativeTrack(track, options, text, message)) return false;
   SafeWriteOptions safe;
   safe.keepBackup = options.keepBackup;
+  safe.mustNotExist = options.mustNotExist;
   std::string reason;
   if (!writeFileSafely(name, text, safe, reason)) {
     appendMessage(message, configuration().language.format(msg::kErrorCreatingFile, name.string()));
@@ -452,24 +466,24 @@ bool parseNativeTrack(std::string_view text, TVolGPS& track, FileCoordinates& fi
 
 bool readNativeTrack(const std::filesystem::path& path, TVolGPS& track, FileCoordinates& file,
                      std::string& message) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) {
-    appendMessage(message, "Error opening " + path.string());
-    return false;
-  }
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> in(openRegularFile(path, message), &std::fclose);
+  if (!in) return false;
   // Read in chunks so that memory holds the points, not the file's text as well.
   NativeTrackParser parser(track, file, message);
   std::string buffer;
   std::string chunk(kReadChunkBytes, '\0');
-  while (in) {
-    in.read(chunk.data(), static_cast<std::streamsize>(chunk.size()));
-    buffer.append(chunk.data(), static_cast<std::size_t>(in.gcount()));
+  for (std::size_t got; (got = std::fread(chunk.data(), 1, chunk.size(), in.get())) > 0;) {
+    buffer.append(chunk.data(), got);
     std::size_t start = 0;
     for (std::size_t end; (end = buffer.find('\n', start)) != std::string::npos; start = end + 1)
       parser.line(std::string_view(buffer).substr(start, end - start));
     buffer.erase(0, start);
+    if (buffer.size() > limits::kMaxLineBytes) {
+      appendMessage(message, path.string() + ": line too long");
+      return false;
+    }
   }
-  if (in.bad()) {
+  if (std::ferror(in.get())) {
     appendMessage(message, "Error reading " + path.string());
     return false;
   }

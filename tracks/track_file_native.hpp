@@ -16,6 +16,7 @@ struct NativeTrackWriteOptions {
   FileCoordinates file;   // datum and coordinate mode of the file setting
   bool preferGpsAltitude = true;
   bool keepBackup = false;  // keep the replaced file as NAME.bak
+  bool mustNotExist = false;  // never replace a file
 };
 
 // Up to this many blank-separated fields of a point line are read.

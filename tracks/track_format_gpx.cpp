@@ -247,11 +247,8 @@ void writePoint(pugi::xml_node seg, const TPuntVol& p, bool preferGpsAltitude) {
 
 bool readGpxTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFileSettings&,
                   std::string& message) {
-  std::FILE* f = std::fopen(file.c_str(), "rb");
-  if (!f) {
-    appendMessage(message, "Error opening " + file.string());
-    return false;
-  }
+  std::FILE* f = openRegularFile(file, message);
+  if (!f) return false;
   const bool ok = readGpxTrackStream(f, file.string(), track, message);
   std::fclose(f);
   return ok;
@@ -312,6 +309,7 @@ bool writeGpxTrack(const TVolGPS& track, const std::filesystem::path& file,
                    const TrackFileSettings& settings, std::string& message) {
   SafeWriteOptions options;
   options.keepBackup = settings.keepBackup;
+  options.mustNotExist = settings.mustNotExist;
   return writeFileSafely(file, gpxTrackText(track, settings.track), options, message);
 }
 

@@ -176,8 +176,10 @@ std::string igcTrackText(const TVolGPS& track) {
 }
 
 bool writeIgcTrack(const TVolGPS& track, const std::filesystem::path& file,
-                   const TrackFileSettings&, std::string& message) {
-  return writeFileSafely(file, igcTrackText(track), SafeWriteOptions{}, message);
+                   const TrackFileSettings& settings, std::string& message) {
+  SafeWriteOptions options;
+  options.mustNotExist = settings.mustNotExist;
+  return writeFileSafely(file, igcTrackText(track), options, message);
 }
 
 }  // namespace pixtrail

@@ -280,6 +280,7 @@ bool writeMagellanTrack(const TVolGPS& track, const std::filesystem::path& file,
                         const TrackFileSettings& settings, std::string& message) {
   SafeWriteOptions options;
   options.keepBackup = settings.keepBackup;
+  options.mustNotExist = settings.mustNotExist;
   return writeFileSafely(file, magellanLogText(track, settings.track), options, message);
 }
 

@@ -131,6 +131,7 @@ bool writeOziExplorerTrack(const TVolGPS& track, const std::filesystem::path& fi
                            const TrackFileSettings& settings, std::string& message) {
   SafeWriteOptions options;
   options.keepBackup = settings.keepBackup;
+  options.mustNotExist = settings.mustNotExist;
   return writeFileSafely(file, oziTrackText(track, settings.track), options, message);
 }
 

@@ -22,6 +22,7 @@ struct TrackFileSettings {
   TrackSettings track;
   WaypointDefaults waypoints;  // the user's defaults for new waypoints
   bool keepBackup = false;  // keep a replaced file as NAME.bak
+  bool mustNotExist = false;  // never replace a file (one appearing meanwhile included)
   // The date of logs whose records carry only times of day (NMEA logs of GGA sentences alone).
   std::optional<DateTimeRecord> logDate;
 };

@@ -200,6 +200,11 @@ void appendPointTime(const TPuntTiempo& time, std::string& out) {
   appendTwoDigits(static_cast<int>(time.seconds), out);
 }
 
+bool pointDateFits(const TPuntTiempo& time) {
+  if (time.day < 1 || time.month < 1) return true;
+  return time.year >= kFirstTwoDigitYear && time.year <= kLastTwoDigitYear;
+}
+
 bool parsePointDate(std::string_view text, TPuntTiempo& time) {
   if (text.size() < 8) return false;
   const auto day = parseInteger(text.substr(0, 2));

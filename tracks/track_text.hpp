@@ -42,6 +42,11 @@ bool readPositionFields(std::string_view zone, std::string_view first, std::stri
 
 // "DD-MMM-YY": month "NUL" for an undefined month, year modulo 100.
 void appendPointDate(const TPuntTiempo& time, std::string& out);
+// Whether appendPointDate's two-digit year reads back as the same year (1951 to 2050; dates
+// without day or month keep their year as written and always pass).
+bool pointDateFits(const TPuntTiempo& time);
+inline constexpr int kFirstTwoDigitYear = 1951;
+inline constexpr int kLastTwoDigitYear = 2050;
 // "HH:MM:SS", seconds truncated.
 void appendPointTime(const TPuntTiempo& time, std::string& out);
 // Date by fixed positions; years below 51 are 20YY, from 51 on 19YY (only for a defined date).

@@ -82,11 +82,8 @@ bool readGpxWaypointsText(std::string_view text, const std::string& fileName, TB
 }
 
 bool readGpxWaypoints(const std::filesystem::path& path, TBalizas& file, std::string& message) {
-  std::FILE* f = std::fopen(path.c_str(), "rb");
-  if (!f) {
-    appendMessage(message, "Error opening " + path.string());
-    return false;
-  }
+  std::FILE* f = openRegularFile(path, message);
+  if (!f) return false;
   const bool ok = readStream(f, path.string(), file, message);
   std::fclose(f);
   return ok;

@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "core/input_limits.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 
@@ -71,7 +72,10 @@ class Reader {
     for (;;) {
       compact();
       std::size_t lt = 0;
-      if (!find(pos_, "<", lt)) break;
+      if (!find(pos_, "<", lt)) {
+        if (tooLarge_) return fail("text too long between elements");
+        break;
+      }
       pos_ = lt;
       if (!available(pos_ + 2)) return fail("unexpected end of file");
       const char next = buf_[pos_ + 1];
@@ -94,9 +98,9 @@ class Reader {
     return false;
   }
 
-  bool readMore() {
+  bool readMore(std::size_t count = 0) {
     if (eof_) return false;
-    const std::size_t got = buf_.append(file_, options_.readChunkBytes);
+    const std::size_t got = buf_.append(file_, std::max(count, options_.readChunkBytes));
     if (got == 0) eof_ = true;
     return got > 0;
   }
@@ -117,10 +121,15 @@ class Reader {
     return available(at + text.size()) && std::string_view(buf_.data() + at, text.size()) == text;
   }
 
-  // Finds `needle` at or after `from`, reading on as needed.
+  // Finds `needle` at or after `from`, reading on as needed, but not further than one element may
+  // reach (tooLarge_ tells that apart from the end of the file).
   bool find(std::size_t from, std::string_view needle, std::size_t& at) {
     std::size_t searchFrom = from;
     for (;;) {
+      if (buf_.size() > from && buf_.size() - from > limits::kMaxXmlElementBytes) {
+        tooLarge_ = true;
+        return false;
+      }
       const std::string_view hay(buf_.data(), buf_.size());
       const std::size_t hit = hay.find(needle, searchFrom);
       if (hit != std::string_view::npos) {
@@ -134,7 +143,7 @@ class Reader {
 
   bool skipPast(std::size_t from, std::string_view terminator) {
     std::size_t at = 0;
-    if (!find(from, terminator, at)) return fail("unterminated markup");
+    if (!find(from, terminator, at)) return fail(tooLarge_ ? "markup too long" : "unterminated markup");
     pos_ = at + terminator.size();
     return true;
   }
@@ -186,6 +195,7 @@ class Reader {
   bool tagEnd(std::size_t at, std::size_t& gt) {
     char quote = 0;
     for (std::size_t i = at + 1;; ++i) {
+      if (i - at > limits::kMaxXmlElementBytes) return fail("tag too long");
       if (!available(i + 1)) return fail("unterminated tag");
       const char c = buf_[i];
       if (quote) {
@@ -206,6 +216,10 @@ class Reader {
     if (i < buf_.size() && buf_[i] == '/') ++i;
     const std::size_t start = i;
     for (;; ++i) {
+      if (i - start > limits::kMaxXmlNameBytes) {
+        nameTooLong_ = true;
+        return false;
+      }
       if (i >= buf_.size() && !(mayRead && available(i + 1))) return false;
       if (endsName(buf_[i])) break;
     }
@@ -243,7 +257,8 @@ class Reader {
   bool endTag() {
     std::string name;
     std::size_t gt = 0;
-    if (!tagName(pos_, true, name) || !tagEnd(pos_, gt)) return fail("bad end tag");
+    if (!tagName(pos_, true, name)) return fail(nameTooLong_ ? "name too long" : "bad end tag");
+    if (!tagEnd(pos_, gt)) return false;
     if (stack_.empty() || stack_.back() != name) return fail("unexpected </" + name + ">");
     stack_.pop_back();
     handler_.containerEnd(localName(name.c_str()));
@@ -254,11 +269,13 @@ class Reader {
   bool startTag() {
     std::string name;
     std::size_t gt = 0;
-    if (!tagName(pos_, true, name) || !tagEnd(pos_, gt)) return fail("bad start tag");
+    if (!tagName(pos_, true, name)) return fail(nameTooLong_ ? "name too long" : "bad start tag");
+    if (!tagEnd(pos_, gt)) return false;
     sawElement_ = true;
     if (!isContainer(name)) return batch(name);
     handler_.containerStart(localName(name.c_str()));
     if (buf_[gt - 1] == '/') handler_.containerEnd(localName(name.c_str()));
+    else if (stack_.size() >= limits::kMaxXmlDepth) return fail("elements nested too deeply");
     else stack_.push_back(name);
     pos_ = gt + 1;
     return true;
@@ -267,7 +284,7 @@ class Reader {
   // The end of the elements from `start` that are complete in the buffer and lie before the next
   // container tag of the same level, at most about kBatchBytes; 0 when none is complete yet.
   // A tight scan: this runs over every byte of a large track.
-  std::size_t completeSiblings(std::size_t start, bool& hitContainer) {
+  std::size_t completeSiblings(std::size_t start, bool& hitContainer, bool& tooDeep) {
     const char* const base = buf_.data();
     const char* const end = base + buf_.size();
     const char* p = base + start;
@@ -302,7 +319,10 @@ class Reader {
       close = tagClose(p, end);
       if (close == end) break;
       if (c == '/') --depth;
-      else if (close[-1] != '/') ++depth;
+      else if (close[-1] != '/' && static_cast<std::size_t>(++depth) + stack_.size() > limits::kMaxXmlDepth) {
+        tooDeep = true;
+        break;
+      }
       p = close + 1;
       if (depth == 0) {
         boundary = p;
@@ -318,10 +338,13 @@ class Reader {
     const std::size_t start = pos_;
     std::size_t cursor = 0;
     for (;;) {
-      bool hitContainer = false;
-      cursor = completeSiblings(start, hitContainer);
+      bool hitContainer = false, tooDeep = false;
+      cursor = completeSiblings(start, hitContainer, tooDeep);
+      if (tooDeep) return fail("elements nested too deeply");
       if (cursor > start) break;
-      if (hitContainer || !readMore()) return fail("unterminated <" + name + ">");
+      if (buf_.size() - start > limits::kMaxXmlElementBytes) return fail("<" + name + "> too large");
+      // Reading as much again as is pending keeps the rescans of a large element linear in total.
+      if (hitContainer || !readMore(buf_.size() - start)) return fail("unterminated <" + name + ">");
     }
     pugi::xml_parse_result result = doc_.load_buffer_inplace(
         buf_.data() + start, cursor - start, pugi::parse_escapes | pugi::parse_fragment, encoding_);
@@ -341,6 +364,8 @@ class Reader {
   ReadBuffer buf_;
   std::size_t pos_ = 0;
   bool eof_ = false;
+  bool tooLarge_ = false;
+  bool nameTooLong_ = false;
   bool sawElement_ = false;
   std::vector<std::string> stack_;
   pugi::xml_document doc_;

@@ -80,6 +80,18 @@ TEST_F(ConfigFile, AChangeIsWrittenBackKeepingWhatOthersStored) {
   again.detach();
 }
 
+// A gps.ini linked from a dotfiles folder is changed where it lives; the link stays a link.
+TEST_F(ConfigFile, ALinkedFileIsWrittenThroughItsLink) {
+  std::filesystem::create_directory(dir / "dotfiles");
+  test::writeFileBytes(dir / "dotfiles" / "gps.ini", "[General]\r\nComm_Timeout_Garmin=750\r\n");
+  std::filesystem::create_symlink(dir / "dotfiles" / "gps.ini", file);
+  ASSERT_TRUE(config.load(file, message)) << message;
+  config.commTimeoutGarminMs.set(900);
+  EXPECT_TRUE(config.lastWriteError().empty()) << config.lastWriteError();
+  EXPECT_TRUE(std::filesystem::is_symlink(file));
+  EXPECT_NE(test::readFileBytes(dir / "dotfiles" / "gps.ini").find("Comm_Timeout_Garmin=900"), std::string::npos);
+}
+
 TEST_F(ConfigFile, SectionsAndKeysMatchWithoutRegardToCase) {
   test::writeFileBytes(file,
                        "[tracks]\r\naltitud_gps_preferida=0\r\n[GENERAL]\r\ncomm_timeout_GARMIN=750\r\n"

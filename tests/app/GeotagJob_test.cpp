@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "photos/TJpegExif.hpp"
 #include "tests/photos/exif_builder.hpp"
 #include "tests/support/datum_fixture.hpp"
@@ -30,11 +32,11 @@ TEST(GeotagClockOffset, ReadsSignedHoursMinutesSeconds) {
   }
 }
 
-std::unique_ptr<TVolGPS> trackFrom(int hour, double lat0) {
+std::unique_ptr<TVolGPS> trackFrom(int hour, double lat0, float alt = 50.0f) {
   auto t = std::make_unique<TVolGPS>();
   for (int i = 0; i < 3; ++i) {
     auto p = std::make_unique<TPuntVol>();
-    p->position = {2.0, lat0 + 0.01 * i, 50.0f};
+    p->position = {2.0, lat0 + 0.01 * i, alt};
     p->time = TPuntTiempo::fromRecord({1, 6, 2024, hour, 10 * i, 0.0});
     p->stateFlags = TPuntVol::kValidData;
     t->appendPoint(std::move(p));
@@ -101,6 +103,28 @@ TEST_F(GeotagJobTest, ClockOffsetMovesPhotosAlongTheTrack) {
   EXPECT_NEAR(results[1].lat, 50.01, 0.002 / 3600);
 }
 
+TEST_F(GeotagJobTest, AWrongLookingOffsetWritesNothingUnlessForced) {
+  options.offsetSeconds = 6 * 3600;  // puts every photo past the tracks
+  EXPECT_FALSE(geotagWithTracks(options, tracks, results, message));
+  EXPECT_NE(message.find("The camera clock offset looks wrong: "), std::string::npos) << message;
+  EXPECT_NE(message.find("likely offset +00:00:00"), std::string::npos) << message;
+  EXPECT_TRUE(results.empty());
+  EXPECT_FALSE(std::filesystem::exists(options.outDir));
+
+  GeotagClockReport clock;
+  message.clear();
+  ASSERT_TRUE(geotagWithTracks(options, tracks, results, clock, message)) << message;
+  EXPECT_TRUE(clock.refused);
+  EXPECT_TRUE(message.empty()) << "the report carries it";
+
+  options.force = true;
+  ASSERT_TRUE(geotagWithTracks(options, tracks, results, clock, message)) << message;
+  EXPECT_FALSE(clock.refused);
+  ASSERT_EQ(results.size(), 4u);
+  EXPECT_EQ(results[0].status, GeotagStatus::NotCovered);
+  EXPECT_EQ(results[0].offsetS, 6 * 3600);
+}
+
 TEST_F(GeotagJobTest, OutNeverOverwritesAndDryRunWritesNothing) {
   std::filesystem::create_directories(options.outDir);
   test::writeFileBytes(options.outDir / "a.jpg", "already here");
@@ -132,6 +156,47 @@ TEST_F(GeotagJobTest, MarksTheTrackThatPlacedEachPhoto) {
   EXPECT_EQ(tracks[0].marks[0].name, "a.jpg");
   EXPECT_EQ(tracks[1].marks[0].name, "b.jpg");
   EXPECT_NEAR(tracks[1].marks[0].position.lat, 50.015, 1e-9);
+}
+
+// A phone photo: ImageWidth in IFD0 (held under the key of GPSLatitudeRef) and a JFIF header before
+// the EXIF segment. The setting decides which reading of the writer the photo gets.
+TEST_F(GeotagJobTest, TheQuirksSettingReachesThePhotoAndWhatIsLeftOutIsNamed) {
+  test::ExifLayout layout;
+  layout.ifd0 = {{0x0100, 3, {4032}, {}}, test::asciiEntry(0x010F, "Phone")};
+  layout.exif = {test::asciiEntry(0x9003, "2024:06:01 10:05:00")};
+  const std::string app1 = test::buildJpeg(layout);
+  std::filesystem::create_directory(in / "phone");
+  test::writeFileBytes(in / "phone/p.jpg", app1.substr(0, 2) + std::string("\xFF\xE0\x00\x04JF", 6) + app1.substr(2));
+  options.inputs = {in / "phone"};
+  for (bool exact : {false, true}) {
+    options.exactQuirks = exact;
+    options.outDir = out.path() / (exact ? "exact" : "safe");
+    ASSERT_TRUE(geotagWithTracks(options, tracks, results, message)) << message;
+    ASSERT_EQ(results.size(), 1u);
+    EXPECT_EQ(results[0].status, GeotagStatus::Tagged) << results[0].message;
+    EXPECT_EQ(results[0].dropped, std::vector<std::string>{"APP0 segment"});
+    EXPECT_NE(results[0].message.find("Left out of the photo: APP0 segment"), std::string::npos) << results[0].message;
+    TJpegExif written;
+    ASSERT_TRUE(written.Read(options.outDir / "p.jpg", message)) << message;
+    const int width = written.FindTag(kIfd0, 1);
+    ASSERT_GE(width, 0);
+    EXPECT_EQ(written.tags()[width].type, exact ? kTypeAscii : kTypeShort) << (exact ? "exact" : "safe");
+    EXPECT_EQ(written.FindTag(kGpsIfd, kGpsLatitudeRef) >= 0, !exact);
+  }
+}
+
+TEST_F(GeotagJobTest, ATrackWithoutElevationsWritesNoAltitude) {
+  VectorP<TVolGPS> flat;
+  flat.add(trackFrom(10, 40.0, kUnknownAltitude));
+  options.inputs = {in / "photos/a.jpg"};
+  ASSERT_TRUE(geotagWithTracks(options, flat, results, message)) << message;
+  ASSERT_EQ(results.size(), 1u);
+  ASSERT_EQ(results[0].status, GeotagStatus::Tagged) << results[0].message;
+  EXPECT_TRUE(std::isnan(results[0].altM));
+  TJpegExif written;
+  ASSERT_TRUE(written.Read(options.outDir / "a.jpg", message)) << message;
+  EXPECT_LT(written.FindTag(kGpsIfd, kGpsAltitude), 0);
+  EXPECT_GE(written.FindTag(kGpsIfd, kGpsLatitude), 0);
 }
 
 }  // namespace

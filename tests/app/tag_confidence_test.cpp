@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 namespace pixtrail {
 namespace {
 
@@ -67,18 +65,6 @@ TEST(TagConfidence, FiguresFromTheFixesAroundThePhoto) {
     EXPECT_EQ(c.atEnd, row.atEnd) << row.why;
     EXPECT_NEAR(c.errorM, row.errorM, 0.1) << row.why;
   }
-}
-
-TEST(TagConfidence, ErrorIsWrittenInCentimetres) {
-  const std::string data = positioningErrorRational(12.345);
-  ASSERT_EQ(data.size(), 8u);
-  std::uint32_t numerator = 0, denominator = 0;
-  std::memcpy(&numerator, data.data(), 4);  // little-endian, as the tag list holds values
-  std::memcpy(&denominator, data.data() + 4, 4);
-  EXPECT_EQ(numerator, 1235u);
-  EXPECT_EQ(denominator, 100u);
-  std::memcpy(&numerator, positioningErrorRational(-3).data(), 4);
-  EXPECT_EQ(numerator, 0u);  // an error is never negative
 }
 
 }  // namespace

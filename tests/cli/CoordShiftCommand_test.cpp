@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <limits>
 
 #include <nlohmann/json.hpp>
 
 #include "core/text.hpp"
+#include "tests/support/grid_builder.hpp"
 #include "tests/support/test_support.hpp"
 
 namespace pixtrail {
@@ -52,6 +54,9 @@ TEST_F(DatumCommands, UsageErrorsExitWithTwo) {
       {"coord shift --from Nowhere --to 'WGS 84' 1 2", "Unknown datum: Nowhere"},
       {"coord shift --from 'WGS 84' --to 'WGS 84' 1", "Expected LAT LON [ALT]"},
       {"coord shift --from 'WGS 84' --to 'WGS 84' north east", "Not a number in: north east"},
+      {"coord shift --from 'WGS 84' --to 'WGS 84' nan 2", "Position out of range"},
+      {"coord shift --from 'WGS 84' --to 'European 1950' inf 3", "Position out of range"},
+      {"coord shift --from 'WGS 84' --to 'WGS 84' 40 3 inf", "Position out of range"},
       {"coord shift --batch --from 'WGS 84' --to 'WGS 84' 1 2", "--batch takes no position"},
       {"--datadir /nonexistent-folder datums", "Error opening /nonexistent-folder/datumsb.dat"},
   };
@@ -108,6 +113,37 @@ TEST_F(DatumCommands, ABadFlatteningInTheTableIsACleanError) {
   const auto r = run("--datadir " + test::shellQuote(dir.path().string()) + " datums");
   EXPECT_EQ(r.status, 2);
   EXPECT_NE(r.err.find("Error de sqrt en TDatum::Calcula()"), std::string::npos) << r.err;
+}
+
+// A grid whose shifts are not numbers: reported at start, listed as unusable, and the shift of its
+// datum goes on without it instead of printing "nan".
+TEST_F(DatumCommands, ADamagedGridIsShownUnusableAndNeverGivesNan) {
+  const auto data = dir / "data";
+  std::filesystem::create_directories(data / "datumgrids");
+  std::filesystem::copy_file(std::filesystem::path(PIXTRAIL_BUILD_DATA_DIR) / "datumsb.dat", data / "datumsb.dat");
+  test::GridLayout layout;
+  layout.systemF = "ED50";  // eight characters at most: the alternative names of the table
+  layout.systemT = "WGS84";
+  test::SubGridLayout g;
+  g.sLat = 40 * 3600, g.nLat = 41 * 3600, g.eLong = -4 * 3600, g.wLong = -3 * 3600, g.latInc = g.longInc = 900;
+  g.shift = [](double, double, float& dLat, float& dLon) { dLat = dLon = std::numeric_limits<float>::quiet_NaN(); };
+  layout.subGrids = {g};
+  test::writeFileBytes(data / "datumgrids" / "ed50.gsb", test::buildNtv2Grid(layout));
+  const std::string datadir = "--datadir " + test::shellQuote(data.string()) + " ";
+
+  auto r = run(datadir + "datums");
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.err.find("Grid file ed50.gsb is damaged and is not used"), std::string::npos) << r.err;
+  EXPECT_NE(r.out.find("ed50.gsb (unusable)"), std::string::npos);
+  r = run(datadir + "datums --json");
+  bool listed = false;
+  for (const auto& row : nlohmann::json::parse(r.out))
+    if (row["grid"] == "ed50.gsb") listed = row["grid_usable"] == false;
+  EXPECT_TRUE(listed);
+  r = run(datadir + "coord shift --from 'European 1950' --to 'WGS 84' 40.5 3.5");
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out.find("nan"), std::string::npos) << r.out;
+  EXPECT_TRUE(r.out.starts_with("40.49")) << r.out;  // the datum's own shift, a few seconds south
 }
 
 }  // namespace

@@ -72,6 +72,21 @@ TEST(NmeaCommand, ChecksumSettingAndStandardInput) {
                      "time=123519\n");
 }
 
+// A line longer than any sentence (binary junk on a serial line) is reported once and skipped
+// to its end; the sentences after it are read as usual, and the line count stays right.
+TEST(NmeaCommand, AnOverlongLineIsSkippedAndTheStreamGoesOn) {
+  const std::string good = "$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*47\r\n";
+  const std::string junk(3 << 20, 'x');
+  const auto run = test::runPixtrail("nmea --json -", good + junk + "\n" + good);
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("line 2: line too long"), std::string::npos) << run.err;
+  const auto lines = jsonLines(run.out);
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_EQ(lines[0]["line"], 1);
+  EXPECT_EQ(lines[1]["line"], 3);
+  EXPECT_EQ(lines[1]["type"], "GGA");
+}
+
 TEST(NmeaCommand, TakesTheDispatchSettingsFromGpsIni) {
   test::TempDir dir;
   test::writeFileBytes(dir / "gps.ini", "[General]\nUse_Checksum_NMEA=0\nComanda_NMEA_MovingMap=RMC\n");

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 #include "core/byte_order.hpp"
 #include "tests/support/datum_fixture.hpp"
@@ -440,6 +441,37 @@ TEST_F(DatumFolder, GridsAttachByTheirSystemNamesAndFallBackOutside) {
   ASSERT_TRUE(noGrids.Transforma_Grados_Datum(molodensky, 1, 0, message));
   EXPECT_EQ(outside, molodensky);
   EXPECT_NE(outside.lat, 40.5);
+}
+
+// A grid whose shifts are not numbers (or absurd) is reported when the table loads, stays listed as
+// unusable, and never puts NaN into a position: the datum shifts as it would without it.
+TEST_F(DatumFolder, ADamagedGridIsReportedOnLoadAndNeverApplied) {
+  write("datumsb.dat", datumFile(2, kSystemRows));
+  std::filesystem::create_directory(dir / "datumgrids");
+  test::GridLayout layout;
+  layout.systemF = "ED50";
+  layout.systemT = "NAD83";
+  test::SubGridLayout g;
+  g.sLat = 40 * 3600, g.nLat = 41 * 3600, g.eLong = 3 * 3600, g.wLong = 4 * 3600, g.latInc = g.longInc = 900;
+  for (const float bad : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(), 1.0e6f}) {
+    g.shift = [bad](double lat, double, float& dLat, float& dLon) {
+      dLat = lat > 40.5 * 3600 ? bad : 1.0f;  // damage in one corner only
+      dLon = 1.0f;
+    };
+    layout.subGrids = {g};
+    test::writeFileBytes(dir / "datumgrids" / "ed50.gsb", test::buildNtv2Grid(layout));
+    TListaDatums fresh;
+    message.clear();
+    ASSERT_TRUE(fresh.load(dir.path(), message)) << message;
+    EXPECT_EQ(message, "Grid file ed50.gsb is damaged and is not used") << bad;
+    ASSERT_NE(fresh.datum(1).grid, nullptr) << "listed, so that the user sees it";
+    EXPECT_FALSE(fresh.datum(1).grid->usable());
+    TCoord p{-3.5, 40.25, 0.0f};
+    message.clear();
+    ASSERT_TRUE(fresh.Transforma_Grados_Datum(p, 1, 0, message)) << message;
+    EXPECT_TRUE(std::isfinite(p.lat) && std::isfinite(p.lon)) << bad;
+    EXPECT_GT(std::fabs(p.lat - (40.25 + 1.0 / 3600)), 1e-9) << "the damaged grid's own shift is not used";
+  }
 }
 
 }  // namespace

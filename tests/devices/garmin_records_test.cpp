@@ -182,5 +182,29 @@ TEST(GarminOtherRecords, TimePositionPvt) {
   EXPECT_EQ(raisedText([] { decodePvt(900, std::string(64, '\0')); }), "Error: Unknown D8XX structure.");
 }
 
+TEST(GarminCourseRecords, LayoutsOfCoursesLapsAndLimits) {
+  GarminCourse c;
+  c.index = 2;
+  c.name = "A NAME LONGER THAN SIXTEEN";
+  c.trackIndex = 7;
+  const std::string d1006 = encodeCourse(c);
+  EXPECT_EQ(d1006.size(), 22u);
+  EXPECT_EQ(d1006[19], '\0') << "the name keeps a terminator";
+  const GarminCourse back = decodeCourse(d1006);
+  EXPECT_EQ(back.name, "A NAME LONGER T");
+  EXPECT_EQ(back.trackIndex, 7);
+  GarminCourseLap lap;
+  lap.totalTimeCs = 123456;
+  lap.endLon = -180.0;
+  const std::string d1007 = encodeCourseLap(lap);
+  EXPECT_EQ(d1007.size(), 32u);
+  EXPECT_EQ(decodeCourseLap(d1007).totalTimeCs, 123456u);
+  EXPECT_EQ(decodeCourseLap(d1007).endLon, -180.0);
+  const GarminCourseLimits limits{3, 4, 5, 6};
+  EXPECT_EQ(encodeCourseLimits(limits).size(), 16u);
+  EXPECT_EQ(decodeCourseLimits(encodeCourseLimits(limits)).maxCoursePoints, 5u);
+  EXPECT_EQ(raisedText([] { decodeCourseLimits("short"); }), "Paquete erroneo, demasiado corto");
+}
+
 }  // namespace
 }  // namespace pixtrail

@@ -10,8 +10,13 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QRadioButton>
+#include <QProgressDialog>
+#include <QPushButton>
 #include <QTest>
+#include <QTreeWidget>
+#include <QTimer>
 
+#include "gui/GeotagRunner.hpp"
 #include "gui/MapCanvas.hpp"
 #include "gui/TAForm_MultiGPS.hpp"
 #include "gui_test_support.hpp"
@@ -29,6 +34,11 @@ std::map<std::string, std::string> folderBytes(const fs::path& folder) {
   for (const auto& entry : fs::directory_iterator(folder))
     if (entry.is_regular_file()) out[entry.path().filename().string()] = test::readFileBytes(entry.path());
   return out;
+}
+
+void expectLikeStored(const QImage& shot, const QString& name) {
+  QString why;
+  EXPECT_TRUE(test::looksLikeStored(shot, name, why)) << name.toStdString() << ": " << why.toStdString();
 }
 
 class Workflow : public testing::Test {
@@ -62,14 +72,14 @@ class Workflow : public testing::Test {
 TEST_F(Workflow, ManualOffsetWritesWhatTheCommandLineWrites) {
   TForm_wizard_fotos* wizard = openWizard();
   ASSERT_NE(wizard, nullptr);
-  test::screenshot(wizard, "wizard-1-welcome");
+  expectLikeStored(test::screenshot(wizard, "wizard-1-welcome"), "wizard-1-welcome");
   next(wizard);
   ASSERT_EQ(wizard->currentId(), TForm_wizard_fotos::kWhatPage);
-  test::screenshot(wizard, "wizard-2-what");
+  expectLikeStored(test::screenshot(wizard, "wizard-2-what"), "wizard-2-what");
   next(wizard);
   ASSERT_EQ(wizard->currentId(), TForm_wizard_fotos::kSyncPage);
   wizard->findChild<QRadioButton*>("manualOffset")->setChecked(true);
-  test::screenshot(wizard, "wizard-3-sync");
+  expectLikeStored(test::screenshot(wizard, "wizard-3-sync"), "wizard-3-sync");
   EXPECT_TRUE(wizard->button(QWizard::NextButton)->isEnabled());
   EXPECT_FALSE(wizard->button(QWizard::FinishButton)->isEnabled());
   next(wizard);
@@ -83,7 +93,7 @@ TEST_F(Workflow, ManualOffsetWritesWhatTheCommandLineWrites) {
   double seconds = 0.0;
   ASSERT_TRUE(wizard->offsetSeconds(seconds));
   EXPECT_EQ(seconds, -3600.0);
-  test::screenshot(wizard, "wizard-4-offset");
+  expectLikeStored(test::screenshot(wizard, "wizard-4-offset"), "wizard-4-offset");
   EXPECT_TRUE(folderBytes(temp_ / "out").empty()) << "nothing is written before Finish";
 
   wizard->button(QWizard::FinishButton)->click();
@@ -105,6 +115,57 @@ TEST_F(Workflow, ManualOffsetWritesWhatTheCommandLineWrites) {
   EXPECT_EQ(folderBytes(photos_), before_) << "the originals are never touched when copies are asked for";
   // The document now shows the written photos where they were placed.
   EXPECT_EQ(window_.canvas()->photoMarkerCount(), static_cast<int>(fromCli.size()));
+}
+
+TEST_F(Workflow, InPlaceRewritesTheOriginalsAsTheCommandLineDoes) {
+  const fs::path twin = temp_ / "twin";
+  test::copySamplePhotos(twin);
+  TForm_wizard_fotos* wizard = openWizard();
+  ASSERT_NE(wizard, nullptr);
+  next(wizard);
+  wizard->findChild<QRadioButton*>("inPlace")->setChecked(true);
+  next(wizard);
+  wizard->findChild<QRadioButton*>("manualOffset")->setChecked(true);
+  next(wizard);
+  wizard->findChild<QLineEdit*>("offset")->setText("01:00:00");
+  wizard->button(QWizard::FinishButton)->click();
+  QCoreApplication::processEvents();
+  const test::CommandOutput cli = test::runPixtrail(
+      "--config " + test::shellQuote((temp_ / "gps.ini").string()) + " geotag --track " +
+      test::shellQuote((test::samplesDir() / "retiro-walk.trk").string()) + " --offset -01:00:00 --in-place " +
+      test::shellQuote(twin.string()));
+  ASSERT_LE(cli.status, 1) << cli.err;
+  const auto mine = folderBytes(photos_), theirs = folderBytes(twin);
+  EXPECT_NE(mine, before_) << "the originals were rewritten";
+  EXPECT_EQ(mine, theirs);
+  EXPECT_FALSE(fs::exists(temp_ / "out"));
+}
+
+TEST_F(Workflow, MarkingTheTrackAloneWritesNoPhoto) {
+  TForm_wizard_fotos* wizard = openWizard();
+  ASSERT_NE(wizard, nullptr);
+  const std::size_t points = window_.document().tracks[0].pointCount();
+  next(wizard);
+  wizard->findChild<QCheckBox*>("track")->setChecked(true);
+  wizard->findChild<QCheckBox*>("foto")->setChecked(false);
+  next(wizard);
+  wizard->findChild<QRadioButton*>("manualOffset")->setChecked(true);
+  next(wizard);
+  wizard->findChild<QLineEdit*>("offset")->setText("01:00:00");
+  wizard->button(QWizard::FinishButton)->click();
+  QCoreApplication::processEvents();
+  // Four of the six sample photos fall inside the walk; each becomes a mark beside the track,
+  // whose own points stay as they were.
+  EXPECT_EQ(window_.document().tracks[0].pointCount(), points);
+  EXPECT_EQ(window_.document().tracks[0].marks.size(), 4u);
+  EXPECT_FALSE(fs::exists(temp_ / "out"));
+  EXPECT_EQ(folderBytes(photos_), before_);
+  EXPECT_EQ(window_.canvas()->photoMarkerCount(), 0) << "the photos were not given positions";
+  // The marks live in memory until the track is saved.
+  EXPECT_EQ(window_.unsavedCount(), 1);
+  window_.tree()->setCurrentItem(window_.tree()->topLevelItem(0)->child(0));
+  ASSERT_TRUE(window_.saveSelected(QString::fromStdString((temp_ / "marked.trk").string())));
+  EXPECT_EQ(window_.unsavedCount(), 0);
 }
 
 TEST_F(Workflow, CancelOnAnyPageWritesNothing) {
@@ -179,6 +240,54 @@ TEST_F(Workflow, TypedOffsetMovesThePreviewAndWritesNothing) {
   QCoreApplication::processEvents();
   EXPECT_TRUE(window_.canvas()->preview().empty()) << "closing the wizard clears the preview";
   EXPECT_EQ(window_.canvas()->photoMarkerCount(), 0);
+}
+
+}  // namespace
+}  // namespace pixtrail::gui
+
+namespace pixtrail::gui {
+namespace {
+
+TEST(GeotagRun, CancelStopsBetweenBatchesAndLeavesOnlyWholePhotos) {
+  test::TempDir temp;
+  const std::filesystem::path photos = temp / "many";
+  std::filesystem::create_directories(photos);
+  for (int copy = 0; copy < 100; ++copy)
+    for (const char* name : {"fountain", "palace", "pond", "rose-garden"})
+      std::filesystem::copy_file(test::samplesDir() / (std::string(name) + ".jpg"),
+                                 photos / (std::string(name) + "-" + std::to_string(copy) + ".jpg"));
+  TAForm_MultiGPS window;
+  window.openFiles({QString::fromStdString((test::samplesDir() / "retiro-walk.trk").string()),
+                    QString::fromStdString(photos.string())});
+  GeotagOptions options;
+  options.offsetSeconds = -3600.0;
+  options.outDir = temp / "out";
+  // Press Cancel once the first photos are done.
+  QTimer watcher;
+  QObject::connect(&watcher, &QTimer::timeout, [&window, &watcher] {
+    auto* progress = window.findChild<QProgressDialog*>("geotagProgress");
+    if (progress == nullptr || progress->value() <= 0) return;
+    watcher.stop();
+    if (QPushButton* cancel = progress->findChild<QPushButton*>()) cancel->click();
+  });
+  watcher.start(2);
+  std::vector<GeotagPhotoResult> results;
+  std::string message;
+  EXPECT_FALSE(runGeotagJob(&window, window.document(), options, results, message));
+  EXPECT_NE(message.find("Cancelled"), std::string::npos) << message;
+  EXPECT_GT(results.size(), 0u);
+  EXPECT_LT(results.size(), 400u);
+  ASSERT_TRUE(std::filesystem::exists(temp / "out"));
+  std::size_t written = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(temp / "out")) {
+    ++written;
+    TFoto back;
+    std::string why;
+    EXPECT_TRUE(back.load(entry.path(), why)) << entry.path() << ": " << why;
+    EXPECT_TRUE(back.hasPosition) << entry.path();
+    EXPECT_EQ(entry.path().extension(), ".jpg") << "no temporary file is left behind";
+  }
+  EXPECT_EQ(written, results.size());
 }
 
 }  // namespace

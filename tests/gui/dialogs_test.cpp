@@ -83,6 +83,10 @@ TEST_F(PrivateDatumTable, UserRowsAreAddedEditedSavedAndDeleted) {
   EXPECT_EQ(datumTable().datum(system).name, "Local grid");
   DatumListDialog reopened;
   reopened.table()->selectRow(system);
+  datumTable().setWorkingDatum(system);
+  EXPECT_FALSE(reopened.deleteSelected(message)) << "the working datum stays";
+  EXPECT_EQ(datumTable().size(), system + 1);
+  datumTable().setWorkingDatum(kDatumWgs84);
   EXPECT_TRUE(reopened.deleteSelected(message)) << message.toStdString();
   EXPECT_EQ(datumTable().size(), system);
 }

@@ -326,9 +326,9 @@ TEST(NativeTrackFile, ExtensionRulesAndSafeReplacement) {
   const std::string firstContent = test::readFileBytes(written);
   ASSERT_TRUE(writeNativeTrack(track, dir / "walk.TRK", options, written, message));
   EXPECT_EQ(test::readFileBytes(dir / "walk.bak"), firstContent) << "the replaced file is kept";
-  // A write that fails half way (its temporary file cannot be made) leaves the old file as it was.
+  // A write that is refused (the file has a second hard link) leaves the old file as it was.
   test::writeFileBytes(dir / "walk.TRK", "old content");
-  std::filesystem::create_directory(dir / "walk.TRK.tmp");
+  std::filesystem::create_hard_link(dir / "walk.TRK", dir / "walk-copy.TRK");
   TVolGPS other = fullTrack();
   configuration().language.loadText("51=Error creating file %s\n");
   message.clear();
@@ -429,6 +429,49 @@ TEST(NativeTrackFile, AnotherFileDatumReadsBackAndWritesTheSameBytes) {
     }
     ASSERT_TRUE(formatNativeTrack(back, options, second, message));
     EXPECT_EQ(first, second) << "mode " << mode;
+  }
+}
+
+}  // namespace
+}  // namespace pixtrail
+
+namespace pixtrail {
+namespace {
+
+// Two-digit years read back as 1951 to 2050; any other year would come back changed.
+TEST(NativeTrackFile, AYearTheFormatCannotHoldIsRefusedNamingThePoint) {
+  test::TempDir dir;
+  for (const int year : {1066, 1899, 1950, 2051}) {
+    TVolGPS track = fullTrack();
+    track.point(2).time.year = year;
+    NativeTrackWriteOptions options;
+    std::filesystem::path written;
+    std::string message;
+    EXPECT_FALSE(writeNativeTrack(track, dir / "old.trk", options, written, message)) << year;
+    EXPECT_NE(message.find("Point 3: the year " + std::to_string(year)), std::string::npos) << message;
+    EXPECT_FALSE(std::filesystem::exists(dir / "old.TRK"));
+  }
+  TVolGPS early = fullTrack();
+  early.headerRecord.start.year = 1899;
+  std::filesystem::path written;
+  std::string message;
+  EXPECT_FALSE(writeNativeTrack(early, dir / "old.trk", {}, written, message));
+  EXPECT_NE(message.find("Track start: the year 1899"), std::string::npos) << message;
+
+  for (const int year : {1951, 2050}) {
+    TVolGPS track = fullTrack();
+    for (std::size_t i = 0; i < track.pointCount(); ++i) track.point(i).time.year = year;
+    track.point(0).time.day = 0;  // an undefined date keeps its year as written
+    track.point(0).time.year = 7;
+    NativeTrackWriteOptions options;
+    std::filesystem::path written;
+    std::string message;
+    ASSERT_TRUE(writeNativeTrack(track, dir / "edge.trk", options, written, message)) << year << message;
+    TVolGPS back;
+    FileCoordinates file;
+    ASSERT_TRUE(readNativeTrack(written, back, file, message)) << message;
+    EXPECT_EQ(back.point(1).time.year, year);
+    std::filesystem::remove(written);
   }
 }
 

@@ -143,7 +143,8 @@ SimProfile simProfile(const std::string& name) {
     p.extendedData = {"SQA 1.00", "GPS 2.70"};
     p.protocols = {{'P', 0},   {'L', 1},   {'A', 10},  {'A', 100}, {'D', 110}, {'A', 201}, {'D', 202},
                    {'D', 110}, {'D', 210}, {'A', 302}, {'D', 312}, {'D', 304}, {'A', 500}, {'A', 600},
-                   {'D', 600}, {'A', 700}, {'D', 700}, {'A', 800}, {'D', 800}, {'A', 906}, {'A', 1006}};
+                   {'D', 600}, {'A', 700}, {'D', 700}, {'A', 800}, {'D', 800}, {'A', 906}, {'A', 1006}, {'D', 1006},
+                   {'A', 1007}, {'D', 1007}, {'A', 1008}, {'D', 1012}, {'A', 1009}, {'D', 1013}, {'A', 1012}};
   } else {
     p.name = "serial";
     p.productId = 411;
@@ -169,7 +170,18 @@ GarminUnitSim::GarminUnitSim(SimProfile profile, int trackPoints) : profile_(std
 std::vector<TPaqueteDatosGarmin> GarminUnitSim::transfer(std::uint16_t command) {
   std::vector<TPaqueteDatosGarmin> records;
   const Capacidades_garmin& caps = profile_.caps;
-  if (command == 7) {
+  if (command == 561) {
+    for (const auto& c : courses) records.emplace_back(kCourse, encodeCourse(c));
+  } else if (command == 562) {
+    for (const auto& lap : courseLaps) records.emplace_back(kCourseLap, encodeCourseLap(lap));
+  } else if (command == 563) {
+    // no course points are kept
+  } else if (command == 564) {
+    for (const auto& t : courseTracks) {
+      records.emplace_back(kCourseTrkHdr, encodeTrackHeader(311, t.header));
+      for (const auto& g : t.points) records.emplace_back(kCourseTrkData, encodeTrackPoint(304, g));
+    }
+  } else if (command == 7) {
     for (const auto& w : waypoints) records.emplace_back(kWptData, encodeWaypoint(caps.D1XX, w));
   } else if (command == 4) {
     for (const auto& r : routes) {
@@ -235,6 +247,16 @@ void GarminUnitSim::takeUpload(const TPaqueteDatosGarmin& in) {
       if (inTracks_.empty()) inTracks_.emplace_back();
       inTracks_.back().points.push_back(decodeTrackPoint(caps.D30X, in.data));
       break;
+    case kCourse: inCourses_.push_back(decodeCourse(in.data)); break;
+    case kCourseLap: inLaps_.push_back(decodeCourseLap(in.data)); break;
+    case kCourseTrkHdr:
+      inCourseTracks_.emplace_back();
+      inCourseTracks_.back().header = decodeTrackHeader(311, in.data);
+      break;
+    case kCourseTrkData:
+      if (inCourseTracks_.empty()) inCourseTracks_.emplace_back();
+      inCourseTracks_.back().points.push_back(decodeTrackPoint(304, in.data));
+      break;
     default: break;
   }
 }
@@ -265,6 +287,8 @@ std::vector<TPaqueteDatosGarmin> GarminUnitSim::handle(const TPaqueteDatosGarmin
     case kCommandData: {
       const std::uint16_t code = u16At(in.data);
       if (code == 7 || code == 4 || code == 6) return transfer(code);
+      if (code >= 561 && code <= 564 && profile_.caps.hasA1006) return transfer(code);
+      if (code == 565 && profile_.caps.hasA1006) out.emplace_back(kCourseLimits, encodeCourseLimits(courseLimits));
       if (code == 5) {
         out.emplace_back(kDateTimeData, encodeDateTime(600, DateTimeRecord{1, 6, 2024, 8, 30, 15.0}));
       } else if (code == 2) {
@@ -281,6 +305,9 @@ std::vector<TPaqueteDatosGarmin> GarminUnitSim::handle(const TPaqueteDatosGarmin
       inWaypoints_.clear();
       inRoutes_.clear();
       inTracks_.clear();
+      inCourses_.clear();
+      inLaps_.clear();
+      inCourseTracks_.clear();
       break;
     case kXferCmplt: {
       if (!uploading_) break;
@@ -296,6 +323,9 @@ std::vector<TPaqueteDatosGarmin> GarminUnitSim::handle(const TPaqueteDatosGarmin
         if (!replaced) waypoints.push_back(w);
       }
       if (!inRoutes_.empty()) routes = inRoutes_;
+      courses.insert(courses.end(), inCourses_.begin(), inCourses_.end());
+      courseLaps.insert(courseLaps.end(), inLaps_.begin(), inLaps_.end());
+      courseTracks.insert(courseTracks.end(), inCourseTracks_.begin(), inCourseTracks_.end());
       if (!inTracks_.empty()) {
         if (profile_.caps.A3XX == 301 || profile_.caps.A3XX == 302)
           tracks.insert(tracks.end(), inTracks_.begin(), inTracks_.end());
@@ -306,6 +336,7 @@ std::vector<TPaqueteDatosGarmin> GarminUnitSim::handle(const TPaqueteDatosGarmin
       break;
     }
     case kWptData: case kRteHdr: case kRteWptData: case kRteLinkData: case kTrkHdr: case kTrkData:
+    case kCourse: case kCourseLap: case kCourseTrkHdr: case kCourseTrkData:
       if (uploading_) takeUpload(in);
       break;
     default: break;

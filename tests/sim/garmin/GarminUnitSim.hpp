@@ -61,6 +61,11 @@ class GarminUnitSim {
   std::vector<GarminWaypoint> waypoints;
   std::vector<SimRoute> routes;
   std::vector<SimTrack> tracks;
+  // Courses (units with A1006): the course records, their laps and their tracks by index.
+  std::vector<GarminCourse> courses;
+  std::vector<GarminCourseLap> courseLaps;
+  std::vector<SimTrack> courseTracks;
+  GarminCourseLimits courseLimits{2, 20, 50, 5000};
 
   // The packets the unit sends in answer to one packet from the host (ACKs not included).
   std::vector<TPaqueteDatosGarmin> handle(const TPaqueteDatosGarmin& in);
@@ -85,6 +90,9 @@ class GarminUnitSim {
   std::vector<GarminWaypoint> inWaypoints_;
   std::vector<SimRoute> inRoutes_;
   std::vector<SimTrack> inTracks_;
+  std::vector<GarminCourse> inCourses_;
+  std::vector<GarminCourseLap> inLaps_;
+  std::vector<SimTrack> inCourseTracks_;
   int uploadsCompleted_ = 0;
 };
 

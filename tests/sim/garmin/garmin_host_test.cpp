@@ -340,6 +340,66 @@ TEST(GarminHostFaults, EachBadLineEndsInItsMessage) {
   }
 }
 
+// The remaining transfer messages, each from a crafted exchange. `L002` marks a unit identified
+// with another link protocol.
+TEST(GarminHostFaults, TransferMessages) {
+  const std::string wpt = frame(35, encodeWaypoint(100, GarminWaypoint{}));
+  using Unit = std::function<std::string(const TPaqueteDatosGarmin&)>;
+  using Action = std::function<void(TProtocoloGarmin&)>;
+  const Action waypoints = [](TProtocoloGarmin& g) { TBalizas w; g.receiveWaypoints(w); };
+  const Action routes = [](TProtocoloGarmin& g) { TRutas r; g.receiveRoutes(r); };
+  const Action tracks = [](TProtocoloGarmin& g) { std::vector<TVolGPS> t; g.receiveTracks(t); };
+  // Answers a command with its ACK, the count, then `records` one per ACK, then the end.
+  auto transfer = [](std::vector<std::string> records) -> Unit {
+    auto next = std::make_shared<std::size_t>(0);
+    return [records, next](const TPaqueteDatosGarmin& in) -> std::string {
+      if (in.id == 10) return ack(10) + frame(27, u16(static_cast<std::uint16_t>(records.size())));
+      if (in.id != 6) return ack(in.id);
+      if (*next < records.size()) return records[(*next)++];
+      if (*next == records.size()) {
+        ++*next;
+        return frame(12, u16(7));
+      }
+      return std::string();
+    };
+  };
+  const struct { const char* why; bool l002; Unit unit; Action action; std::string message; } rows[] = {
+      {"waypoint data on another link protocol", true, transfer({wpt}), waypoints, "Error en L0XX en Pid_Wpt_Data()"},
+      {"route waypoint on another link protocol", true, transfer({frame(30, encodeWaypoint(100, GarminWaypoint{}))}), routes,
+       "Error en L0XX en Pid_Rte_Wpt_Data()"},
+      {"track point in a route", false, transfer({frame(34, std::string(13, '\0'))}), routes,
+       "Error en Pid al recibir paquete de ruta"},
+      {"no tracks at all", false, transfer({}), tracks, "No trk sections in this GPS!"},
+      {"time answered with a position", false,
+       [](const TPaqueteDatosGarmin& in) { return in.id == 10 ? ack(10) + frame(17, std::string(16, '\0')) : std::string(); },
+       [](TProtocoloGarmin& g) { g.readDateTime(); }, "Error en el Pid, != Pid_Date_Time_Data"},
+      {"position answered with a time", false,
+       [](const TPaqueteDatosGarmin& in) { return in.id == 10 ? ack(10) + frame(14, std::string(8, '\0')) : std::string(); },
+       [](TProtocoloGarmin& g) { g.readPosition(); }, "Error en el Pid, != L001::Pid_Position_Data"},
+      {"no fix after the PVT start", false,
+       [](const TPaqueteDatosGarmin& in) { return in.id == 10 ? ack(10) + frame(14, std::string(8, '\0')) : std::string(); },
+       [](TProtocoloGarmin& g) { g.startPvt(); g.readPvt(); }, "Error, no se recibe paquete PVT (1)"},
+      {"waypoint not acknowledged", false,
+       [](const TPaqueteDatosGarmin& in) { return in.id == 35 || in.id == 6 ? std::string() : ack(in.id); },
+       [](TProtocoloGarmin& g) { g.sendWaypoints(sampleFile()); }, "No hay respuesta al enviar baliza"},
+      {"two bytes only", false, [](const TPaqueteDatosGarmin& in) { return in.id == 10 ? std::string("\x10\x06", 2) : std::string(); },
+       waypoints, "Mensaje RX corto"},
+      {"a frame shorter than the first read", false,
+       [](const TPaqueteDatosGarmin& in) { return in.id == 10 ? ack(10) + frame(27) + "xx" : std::string(); }, waypoints,
+       "No Calculo bien los faltan 6 8"},
+  };
+  for (const auto& r : rows) {
+    ScriptedLine line([&](const TPaqueteDatosGarmin& in, const std::string&) { return r.unit(in); });
+    auto port = openLine(line.path());
+    TProtocoloGarmin garmin(*port, quick());
+    GarminProduct p;
+    p.productId = 77;
+    if (r.l002) p.capabilities.L0XX = 2;
+    garmin.setProduct(p);
+    EXPECT_EQ(raisedText([&] { r.action(garmin); }), r.message) << r.why;
+  }
+}
+
 TEST(GarminHostFaults, IdentificationFailures) {
   {
     // A line that hands every byte back.
@@ -418,6 +478,43 @@ TEST(GarminHost, CourseRules) {
   track.points.emplace();  // a point without a time
   EXPECT_EQ(raisedText([&] { TProtocoloGarmin::checkCourse(track, {}, 1); }),
             "Tracks must have a correct time to be sent as a course");
+}
+
+TEST(GarminHost, TracksGoToRecentUnitsAsCourses) {
+  GarminUnitSim unit(simProfile("usb"));
+  SimUsbEndpoints endpoints(unit);
+  SimUsbLink link(endpoints);
+  TProtocoloGarmin garmin(link, quick());
+  TVolGPS track;
+  track.headerText('P') = "MORNING LOOP";
+  for (int i = 0; i < 4; ++i) {
+    auto p = std::make_unique<TPuntVol>();
+    p->position = TCoord{2.0 + i * 0.001, 41.0, 50.0f};
+    p->setAltitude(50.0f);
+    p->time = TPuntTiempo::fromRecord({1, 6, 2024, 7, 0, 10.0 * i});
+    track.points.add(std::move(p));
+  }
+  std::string message;
+  ASSERT_TRUE(track.Recalculate(TrackSettings{}, message));
+  garmin.sendCourse(track);
+  ASSERT_EQ(unit.courses.size(), 1u);
+  EXPECT_EQ(unit.courses[0].name, "MORNING LOOP");
+  ASSERT_EQ(unit.courseTracks.size(), 1u);
+  EXPECT_EQ(unit.courseTracks[0].header.index, unit.courses[0].trackIndex);
+  ASSERT_EQ(unit.courseTracks[0].points.size(), 4u);
+  EXPECT_EQ(unit.courseTracks[0].points[3].time, garminTimeFromRecord({1, 6, 2024, 7, 0, 30.0}));
+  ASSERT_EQ(unit.courseLaps.size(), 1u);
+  EXPECT_EQ(unit.courseLaps[0].totalTimeCs, 3000u);
+  EXPECT_NEAR(unit.courseLaps[0].totalDistanceM, 3 * 84.0, 3.0) << "0.001 degrees of longitude at 41 N";
+
+  EXPECT_EQ(raisedText([&] { garmin.sendCourse(track); }),
+            "Error: Track cannot be sent, the track name is repeated: MORNING LOOP");
+  track.headerText('P') = "EVENING LOOP";
+  garmin.sendCourse(track);
+  EXPECT_EQ(unit.courseTracks.back().header.index, 1) << "a track index of its own";
+  track.headerText('P') = "THIRD";
+  EXPECT_EQ(raisedText([&] { garmin.sendCourse(track); }), "No more courses fit in the GPS. Please, first delete some courses");
+  EXPECT_EQ(unit.courses.size(), 2u);
 }
 
 // ---- USB ----

@@ -226,16 +226,33 @@ TEST_P(GarminSimOracle, OurHostAgreesWithGpsbabel) {
 
 INSTANTIATE_TEST_SUITE_P(Profiles, GarminSimOracle, ::testing::Values("old", "serial", "usb"));
 
-TEST(GarminSimOracleUsb, GpsbabelDownloadsThroughTheUsbStandIn) {
+TEST(GarminSimOracleUsb, GpsbabelDownloadsAndUploadsThroughTheUsbStandIn) {
   if (!test::haveTool("gpsbabel")) GTEST_SKIP() << "gpsbabel not installed";
   SimOnPty sim("usb");
   test::TempDir dir;
   const std::string environment = sim.startUsb(dir.path());
   const auto out = dir / "usb.gpx";
-  const auto run = gpsbabel("-w -t -i garmin -f usb: -o gpx -F " + out.string(), environment);
+  auto run = gpsbabel("-w -r -t -i garmin -f usb: -o gpx -F " + out.string(), environment);
   ASSERT_EQ(run.status, 0) << run.err;
   expectWaypoints(sim.unit.waypoints, gpxPoints(out, "//wpt"), 110, "USB waypoints");
   expectTrackPoints(sim.unit.tracks, gpxPoints(out, "//trkpt"), 304, "USB track points");
+  std::vector<GarminWaypoint> routePoints;
+  for (const auto& r : sim.unit.routes) routePoints.insert(routePoints.end(), r.waypoints.begin(), r.waypoints.end());
+  expectWaypoints(routePoints, gpxPoints(out, "//rtept"), 110, "USB route points", false);
+
+  const auto in = dir / "up.gpx";
+  test::writeFileBytes(in, R"(<?xml version="1.0"?>
+<gpx version="1.1" creator="test" xmlns="http://www.topografix.com/GPX/1/1">
+<wpt lat="-33.875" lon="151.25"><ele>20</ele><name>HARBOUR</name><sym>Summit</sym></wpt>
+</gpx>
+)");
+  run = gpsbabel("-w -i gpx -f " + in.string() + " -o garmin -F usb:", environment);
+  ASSERT_EQ(run.status, 0) << run.err;
+  const GarminWaypoint& up = sim.unit.waypoints.back();
+  EXPECT_EQ(up.ident, "HARBOUR");
+  EXPECT_EQ(degreesToSemicircles(up.lon), degreesToSemicircles(151.25));
+  EXPECT_EQ(up.altM, 20.0f);
+  EXPECT_EQ(up.symbol, 8246) << "Summit";
 }
 
 }  // namespace

@@ -133,7 +133,10 @@ bool MagellanSimulator::readLine(std::string& body, int waitMs) {
     if (n > 0) {
       pending_.append(chunk, static_cast<std::size_t>(n));
     } else {
-      // Nobody holds the terminal's other side (between two host runs): wait for the next one.
+      // Nobody holds the terminal's other side (between two host runs): what the unit said last
+      // (the acknowledgement of HANDOFF) is lost, as on a real line, and the next host awaited.
+      ::tcflush(master_, TCOFLUSH);
+      pending_.clear();
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
   }

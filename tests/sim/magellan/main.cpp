@@ -23,6 +23,23 @@ int main(int argc, char** argv) {
     else if (arg == "--version" && i + 1 < argc) setup.version = argv[++i];
     else if (arg == "--silent-after" && i + 1 < argc) setup.silentAfter = std::atoi(argv[++i]);
     else if (arg == "--empty") setup.waypoints.clear(), setup.routes.clear(), setup.tracks.clear();
+    else if (arg == "--data" && i + 1 < argc) {
+      std::ifstream in(argv[++i]);
+      if (!in) {
+        std::fprintf(stderr, "cannot read %s\n", argv[i]);
+        return 2;
+      }
+      setup.waypoints.clear(), setup.routes.clear(), setup.tracks.clear();
+      std::string line;
+      while (std::getline(in, line)) {
+        const std::size_t dollar = line.find('$'), star = line.rfind('*');
+        if (dollar == std::string::npos || star == std::string::npos || star < dollar) continue;
+        const std::string body = line.substr(dollar + 1, star - dollar - 1);
+        if (body.rfind("PMGNWPL,", 0) == 0) setup.waypoints.push_back(body);
+        if (body.rfind("PMGNRTE,", 0) == 0) setup.routes.push_back(body);
+        if (body.rfind("PMGNTRK,", 0) == 0) setup.tracks.push_back(body);
+      }
+    }
     else {
       std::fprintf(stderr, "unknown option %s\n", arg.c_str());
       return 2;
