@@ -19,8 +19,7 @@ bool splitClockPhotoArgument(std::string_view text, std::filesystem::path& photo
 bool estimateOffsetJob(const OffsetJobOptions& options, OffsetJobResult& result, std::string& message) {
   TimeZone zone;
   if (!zone.set(options.timeZone, message)) return false;
-  TrackFileSettings settings;
-  settings.track.maxGapSeconds = options.maxGapSeconds;
+  const TrackFileSettings& settings = options.trackFiles;
   VectorP<TVolGPS> tracks;
   for (const auto& file : options.tracks) {
     auto track = std::make_unique<TVolGPS>();

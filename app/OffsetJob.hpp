@@ -9,6 +9,7 @@
 
 #include "app/clock_offset.hpp"
 #include "tracks/TVolGPS.hpp"
+#include "tracks/track_formats_foreign.hpp"
 
 namespace pixtrail {
 
@@ -18,7 +19,8 @@ struct OffsetJobOptions {
   std::string timeZone;                       // as for geotag
   // Photos of the receiver's screen and the time it showed ("HH:MM:SS", "Z" for UTC).
   std::vector<std::pair<std::filesystem::path, std::string>> clockPhotos;
-  double maxGapSeconds = TrackSettings{}.maxGapSeconds;
+  // How the tracks are read; front ends fill it from the configuration, their options on top.
+  TrackFileSettings trackFiles;
 };
 
 struct OffsetJobResult {

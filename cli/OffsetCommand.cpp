@@ -5,6 +5,7 @@
 
 #include "app/OffsetJob.hpp"
 #include "app/Startup.hpp"
+#include "cli/TrackCommandSupport.hpp"
 
 namespace pixtrail::cli {
 
@@ -73,14 +74,15 @@ void setupOffset(CLI::App& parent, const GlobalOptions& global, CommandResult& r
                   "Seconds between track points beyond which the time between them is not covered")
       ->option_text("SECONDS")
       ->check(CLI::PositiveNumber);
+  addLogDateOption(*cmd, options->logDate);
   cmd->add_flag("--json", options->json, "One JSON object");
   cmd->add_option("photos", options->inputs, "Photos and folders of photos")->required();
   cmd->callback([options, &global, &result]() { result.status = runOffset(*options, global); });
 }
 
 int runOffset(const OffsetCommandOptions& options, const GlobalOptions& global) {
-  if (!startCommand(global)) return kExitUsage;
   OffsetJobOptions job;
+  if (!startTrackCommand(global, job.trackFiles, options.logDate)) return kExitUsage;
   for (const auto& t : options.tracks) job.tracks.emplace_back(t);
   for (const auto& p : options.inputs) job.inputs.emplace_back(p);
   for (const auto& c : options.clockPhotos) {
@@ -93,7 +95,7 @@ int runOffset(const OffsetCommandOptions& options, const GlobalOptions& global) 
     job.clockPhotos.emplace_back(photo, reading);
   }
   job.timeZone = options.timeZone;
-  job.maxGapSeconds = options.maxGapSeconds;
+  if (options.maxGapSeconds > 0) job.trackFiles.track.maxGapSeconds = options.maxGapSeconds;
   OffsetJobResult result;
   std::string message;
   if (!estimateOffsetJob(job, result, message)) {

@@ -15,7 +15,8 @@ struct OffsetCommandOptions {
   std::vector<std::string> inputs;
   std::vector<std::string> clockPhotos;  // PHOTO=HH:MM:SS[Z]
   std::string timeZone;
-  double maxGapSeconds = 1800.0;
+  double maxGapSeconds = -1.0;  // negative: the configured maximum gap
+  std::string logDate;          // YYYY-MM-DD for logs of times of day alone
   bool json = false;
 };
 

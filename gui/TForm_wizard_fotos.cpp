@@ -1,5 +1,7 @@
 #include "gui/TForm_wizard_fotos.hpp"
 
+#include "app/track_settings.hpp"
+
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QDateTime>
@@ -254,6 +256,8 @@ void TForm_wizard_fotos::updateOffsetPage() {
 
 GeotagOptions TForm_wizard_fotos::jobOptions() const {
   GeotagOptions options;
+  std::string ignored;  // an unknown file datum was reported when the document was opened
+  options.trackFiles = trackFileSettingsFromConfiguration(ignored);
   double seconds = 0.0;
   if (offsetSeconds(seconds)) options.offsetSeconds = seconds;
   options.dryRun = !foto_->isChecked();  // positions found, nothing written
