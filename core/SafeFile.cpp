@@ -34,7 +34,8 @@ bool writeAll(int fd, std::string_view content) {
 
 // Makes the rename itself durable.
 void syncFolder(const std::filesystem::path& folder) {
-  const int fd = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY);
+  const std::filesystem::path where = folder.empty() ? std::filesystem::path(".") : folder;
+  const int fd = ::open(where.c_str(), O_RDONLY | O_DIRECTORY);
   if (fd >= 0) {
     ::fsync(fd);
     ::close(fd);
