@@ -1,6 +1,8 @@
 #include "tests/support/test_support.hpp"
 
+#ifndef _WIN32
 #include <sys/wait.h>
+#endif
 #include <unistd.h>
 
 #include <cstdlib>
