@@ -142,6 +142,26 @@ TEST_F(ReceiverCommandTest, CtrlCAndUnpluggingKeepWhatWasReceived) {
   EXPECT_EQ(trackPoints("pulled.gpx"), 10);
 }
 
+TEST_F(ReceiverCommandTest, LiveFixWarnsOfSilenceAndOfSentencesWithoutAPosition) {
+  const struct {
+    std::vector<std::string> lines;
+    std::string_view warning;
+  } rows[] = {
+      {{}, kNmeaSilent},
+      {{sentence("GPGSV,1,1,01,07,45,120,38")}, "No se reciben mensajes NMEA de posicion"},
+  };
+  for (const auto& row : rows) {
+    std::unique_ptr<test::NmeaFeeder> feeder;
+    if (!row.lines.empty()) feeder = std::make_unique<test::NmeaFeeder>(pty, row.lines, 50);
+    const auto run = test::runPixtrail(config() + "nmea --timeout 300 --seconds 1 --port " + shellQuote(pty.slavePath()));
+    if (feeder) feeder->stop();
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.err.find(std::string(row.warning)), std::string::npos) << run.err;
+    // Once per stretch, not once per look at the clock.
+    EXPECT_EQ(run.err.find(std::string(row.warning)), run.err.rfind(std::string(row.warning))) << run.err;
+  }
+}
+
 TEST_F(ReceiverCommandTest, MailslotForwardedSentencesGiveTheFix) {
   const std::string env = "XDG_RUNTIME_DIR=" + shellQuote(dir.path().string()) + " ";
   ::setenv("XDG_RUNTIME_DIR", dir.path().c_str(), 1);
