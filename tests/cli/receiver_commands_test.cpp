@@ -35,7 +35,7 @@ std::string sentence(const std::string& body) {
 std::vector<std::string> walk(int seconds) {
   std::vector<std::string> lines;
   for (int i = 0; i < seconds; ++i) {
-    char time[16], lat[16], lon[16];
+    char time[32], lat[32], lon[32];
     std::snprintf(time, sizeof time, "1030%02d", i);
     std::snprintf(lat, sizeof lat, "4807.%03d", 100 + i);
     std::snprintf(lon, sizeof lon, "01131.%03d", 200 + i);
