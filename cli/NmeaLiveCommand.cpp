@@ -62,7 +62,11 @@ class LiveSession {
     const bool changed = protocol_.processLine(line, fix_, sinceLastPosition_, previousType_);
     if (protocol_.lastParsed() && (protocol_.lastSentence().checksumCorrect() || !protocol_.settings().useChecksum))
       recorder_.take(line);
-    if (changed && fix_.fixValid) ++positions_;
+    if (changed && fix_.fixValid) {
+      ++positions_;
+      lastPosition_ = lastLine_;
+      warnedNoPosition_ = false;
+    }
     out_.clear();
     if (tty_) {
       if (!protocol_.lastParsed()) return;
@@ -77,12 +81,20 @@ class LiveSession {
     std::fflush(stdout);
   }
 
-  // Once per silence longer than the NMEA time-out.
+  // Once per silence longer than the NMEA time-out, and once per stretch of sentences without a
+  // position that long.
   void checkSilence(int timeoutMs) {
-    if (warnedSilent_ || Clock::now() - lastLine_ < std::chrono::milliseconds(timeoutMs)) return;
-    warnedSilent_ = true;
-    endStatusLine();
-    std::fprintf(stderr, "%s\n", std::string(lines_ == 0 ? kNmeaSilent : "No se reciben mensajes NMEA de posicion").c_str());
+    const auto now = Clock::now();
+    const auto limit = std::chrono::milliseconds(timeoutMs);
+    if (!warnedSilent_ && now - lastLine_ >= limit) {
+      warnedSilent_ = true;
+      endStatusLine();
+      std::fprintf(stderr, "%s\n", std::string(kNmeaSilent).c_str());
+    } else if (!warnedNoPosition_ && now - lastLine_ < limit && now - lastPosition_ >= limit) {
+      warnedNoPosition_ = true;
+      endStatusLine();
+      std::fprintf(stderr, "No se reciben mensajes NMEA de posicion\n");
+    }
   }
 
   void endStatusLine() {
@@ -151,7 +163,9 @@ class LiveSession {
   long long positions_ = 0;
   bool tty_;
   bool warnedSilent_ = false;
+  bool warnedNoPosition_ = false;
   Clock::time_point lastLine_ = Clock::now();
+  Clock::time_point lastPosition_ = lastLine_;
   std::string out_;
   Recorder recorder_;
 };

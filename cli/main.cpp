@@ -38,6 +38,12 @@
 
 int main(int argc, char** argv) {
   using namespace pixtrail::cli;
+#ifdef _WIN32
+  // The same bytes as on every other system: no CR slipped in before each LF.
+  _setmode(_fileno(stdin), _O_BINARY);
+  _setmode(_fileno(stdout), _O_BINARY);
+  _setmode(_fileno(stderr), _O_BINARY);
+#endif
   CLI::App app{"Pixtrail: geotag photos from GPS tracks; tracks, waypoints, coordinates and receivers"};
   app.set_version_flag("--version", "pixtrail " PIXTRAIL_VERSION);
   GlobalOptions global;

@@ -1,8 +1,6 @@
 // Linux port list: /sys/class/tty holds every tty; those backed by a device (USB adapters, ACM
 // modems, on-board UARTs) or bound over Bluetooth (rfcomm) are ports. The USB descriptors come
 // from the sysfs parents of the tty's device, and /dev/serial/by-id gives the stable name.
-#ifndef _WIN32
-
 #include "devices/TListaPuertosCOMM.hpp"
 
 #include <algorithm>
@@ -14,6 +12,22 @@
 #include <tuple>
 
 namespace pixtrail {
+
+// Shared by both systems' lists.
+std::string TDescPuertoSerie::description() const {
+  std::string text;
+  if (!manufacturer.empty()) text = manufacturer;
+  if (!product.empty()) text += (text.empty() ? "" : " ") + product;
+  if (text.empty()) text = driver.empty() ? name : driver;
+  if (isUsb()) {
+    char ids[16];
+    std::snprintf(ids, sizeof ids, "%04x:%04x", usbVendor, usbProduct);
+    text += " (" + std::string(ids) + (usbSerial.empty() ? "" : ", " + usbSerial) + ")";
+  }
+  return text;
+}
+
+#ifndef _WIN32
 namespace fs = std::filesystem;
 
 namespace {
@@ -103,19 +117,6 @@ std::map<std::string, std::string> byIdLinks(const fs::path& devRoot) {
 
 }  // namespace
 
-std::string TDescPuertoSerie::description() const {
-  std::string text;
-  if (!manufacturer.empty()) text = manufacturer;
-  if (!product.empty()) text += (text.empty() ? "" : " ") + product;
-  if (text.empty()) text = driver.empty() ? name : driver;
-  if (isUsb()) {
-    char ids[16];
-    std::snprintf(ids, sizeof ids, "%04x:%04x", usbVendor, usbProduct);
-    text += " (" + std::string(ids) + (usbSerial.empty() ? "" : ", " + usbSerial) + ")";
-  }
-  return text;
-}
-
 TListaPuertosCOMM::TListaPuertosCOMM(const PortListRoots& roots) {
   std::error_code ec;
   std::map<SortKey, TDescPuertoSerie> found;
@@ -139,6 +140,6 @@ std::string TListaPuertosCOMM::pathOf(int index) const {
   return ports_[static_cast<std::size_t>(index)].path;
 }
 
-}  // namespace pixtrail
-
 #endif  // _WIN32
+
+}  // namespace pixtrail

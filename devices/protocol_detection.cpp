@@ -5,7 +5,9 @@
 
 #include "core/messages.hpp"
 #include "devices/PortLineReader.hpp"
+#include "devices/Protocolo_magellan.hpp"
 #include "devices/TDatosGPSActual.hpp"
+#include "devices/TProtocoloGarmin.hpp"
 
 namespace pixtrail {
 namespace {
@@ -17,8 +19,8 @@ constexpr int kNmeaMaxUnhelpful = 4;  // sentences that neither fix nor list sat
 // listen, while Garmin and Magellan probes send requests that an NMEA unit may echo or choke on.
 constexpr std::array kProbes = {
     ProtocolProbe{GpsProtocol::nmea, "NMEA", 4800, &detectNmeaProbe},
-    // Garmin and Magellan rows: {GpsProtocol::garmin, "Garmin", 9600, &detectGarmin} and
-    // {GpsProtocol::magellan, "Magellan", 9600, &detectMagellan}, added with their protocols.
+    ProtocolProbe{GpsProtocol::garmin, "Garmin", 9600, &detectGarmin},
+    ProtocolProbe{GpsProtocol::magellan, "Magellan", 9600, &detectMagellan},
 };
 
 void say(const std::function<void(std::string_view)>& log, std::string_view text) {

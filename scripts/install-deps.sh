@@ -23,6 +23,9 @@ packages=(
   gpscorrelate
   # the desktop program (Qt 6 Widgets, Network, Test); fonts so that offscreen screenshots show text
   qt6-base-dev fonts-dejavu-core
+  # the Windows build: mingw-w64 (POSIX threads), zlib for it, wine to run its tests, and
+  # dpkg-dev for `apt-get source` of the libraries built for it (scripts/build-windows-deps.sh)
+  g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev wine64 dpkg-dev
 )
 
 missing=()

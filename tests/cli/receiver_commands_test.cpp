@@ -35,7 +35,7 @@ std::string sentence(const std::string& body) {
 std::vector<std::string> walk(int seconds) {
   std::vector<std::string> lines;
   for (int i = 0; i < seconds; ++i) {
-    char time[16], lat[16], lon[16];
+    char time[32], lat[32], lon[32];
     std::snprintf(time, sizeof time, "1030%02d", i);
     std::snprintf(lat, sizeof lat, "4807.%03d", 100 + i);
     std::snprintf(lon, sizeof lon, "01131.%03d", 200 + i);
@@ -140,6 +140,26 @@ TEST_F(ReceiverCommandTest, CtrlCAndUnpluggingKeepWhatWasReceived) {
   EXPECT_EQ(run.status, 1);
   EXPECT_NE(run.err.find("Error en la recepcion"), std::string::npos) << run.err;
   EXPECT_EQ(trackPoints("pulled.gpx"), 10);
+}
+
+TEST_F(ReceiverCommandTest, LiveFixWarnsOfSilenceAndOfSentencesWithoutAPosition) {
+  const struct {
+    std::vector<std::string> lines;
+    std::string_view warning;
+  } rows[] = {
+      {{}, kNmeaSilent},
+      {{sentence("GPGSV,1,1,01,07,45,120,38")}, "No se reciben mensajes NMEA de posicion"},
+  };
+  for (const auto& row : rows) {
+    std::unique_ptr<test::NmeaFeeder> feeder;
+    if (!row.lines.empty()) feeder = std::make_unique<test::NmeaFeeder>(pty, row.lines, 50);
+    const auto run = test::runPixtrail(config() + "nmea --timeout 300 --seconds 1 --port " + shellQuote(pty.slavePath()));
+    if (feeder) feeder->stop();
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.err.find(std::string(row.warning)), std::string::npos) << run.err;
+    // Once per stretch, not once per look at the clock.
+    EXPECT_EQ(run.err.find(std::string(row.warning)), run.err.rfind(std::string(row.warning))) << run.err;
+  }
 }
 
 TEST_F(ReceiverCommandTest, MailslotForwardedSentencesGiveTheFix) {

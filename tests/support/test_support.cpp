@@ -1,6 +1,8 @@
 #include "tests/support/test_support.hpp"
 
+#ifndef _WIN32
 #include <sys/wait.h>
+#endif
 #include <unistd.h>
 
 #include <cstdlib>
@@ -61,7 +63,11 @@ CommandOutput runCommand(const std::string& commandLine, const std::string& stdi
                            shellQuote(out.string()) + " 2>" + shellQuote(err.string());
   const int raw = std::system(full.c_str());
   CommandOutput result;
+#ifdef _WIN32
+  result.status = raw;  // the command's own exit status
+#else
   result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+#endif
   result.out = readFileBytes(out);
   result.err = readFileBytes(err);
   return result;

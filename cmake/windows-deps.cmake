@@ -1,0 +1,37 @@
+# The libraries of the Windows build, under the same target names the Linux build finds.
+set(PIXTRAIL_WINDOWS_DEPS "${CMAKE_BINARY_DIR}/deps" CACHE PATH
+    "Prefix where scripts/build-windows-deps.sh put pugixml, minizip and the header-only libraries")
+if(NOT EXISTS "${PIXTRAIL_WINDOWS_DEPS}/lib/libpugixml.a")
+  message(FATAL_ERROR "Run scripts/build-windows-deps.sh ${PIXTRAIL_MINGW_TRIPLET} ${PIXTRAIL_WINDOWS_DEPS} first")
+endif()
+set(deps "${PIXTRAIL_WINDOWS_DEPS}")
+
+# Static zlib, so the program needs no DLL beside it.
+find_library(PIXTRAIL_ZLIB_STATIC NAMES libz.a REQUIRED)
+find_path(PIXTRAIL_ZLIB_INCLUDE zlib.h REQUIRED)
+add_library(ZLIB::ZLIB STATIC IMPORTED)
+set_target_properties(ZLIB::ZLIB PROPERTIES IMPORTED_LOCATION "${PIXTRAIL_ZLIB_STATIC}"
+                      INTERFACE_INCLUDE_DIRECTORIES "${PIXTRAIL_ZLIB_INCLUDE}")
+
+add_library(pugixml::pugixml STATIC IMPORTED)
+set_target_properties(pugixml::pugixml PROPERTIES IMPORTED_LOCATION "${deps}/lib/libpugixml.a"
+                      INTERFACE_INCLUDE_DIRECTORIES "${deps}/include")
+add_library(PkgConfig::MINIZIP STATIC IMPORTED)
+set_target_properties(PkgConfig::MINIZIP PROPERTIES IMPORTED_LOCATION "${deps}/lib/libminizip.a"
+                      INTERFACE_INCLUDE_DIRECTORIES "${deps}/include/minizip"
+                      INTERFACE_LINK_LIBRARIES ZLIB::ZLIB)
+
+# Header-only: one include folder holds boost/, CLI/ and nlohmann/, seen as system headers.
+foreach(target CLI11::CLI11 nlohmann_json::nlohmann_json Boost::headers)
+  add_library(${target} INTERFACE IMPORTED)
+  set_target_properties(${target} PROPERTIES INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${deps}/include"
+                        INTERFACE_INCLUDE_DIRECTORIES "${deps}/include")
+endforeach()
+
+# Garmin USB goes through the Garmin driver's own interface on Windows: no libusb.
+add_library(PkgConfig::LIBUSB INTERFACE IMPORTED)
+
+set(PIXTRAIL_MINGW_BINMODE /usr/${PIXTRAIL_MINGW_TRIPLET}/lib/binmode.o)
+if(NOT EXISTS ${PIXTRAIL_MINGW_BINMODE})
+  message(FATAL_ERROR "${PIXTRAIL_MINGW_BINMODE} missing: install the mingw-w64 toolchain (scripts/install-deps.sh)")
+endif()
