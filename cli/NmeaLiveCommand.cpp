@@ -247,6 +247,8 @@ int runNmeaLive(const NmeaLiveOptions& options) {
         std::fprintf(stderr, "%s: not a port\n", options.port.c_str());
         return kExitUsage;
       }
+      // Before the device: its watch thread posts to the loop until the device stops it.
+      NotificationLoop loop;
       TGPSConectado device(port, 4096, charTimeoutMs);
       device.open();
       device.port().purge();  // what sat in the buffers is from before this run
@@ -258,7 +260,6 @@ int runNmeaLive(const NmeaLiveOptions& options) {
           session.checkSilence(silenceMs);
         }
       } else {
-        NotificationLoop loop;
         device.watch(loop);
         while (!timeUp(options, start)) {
           const auto note = loop.wait(kWakeMs);
