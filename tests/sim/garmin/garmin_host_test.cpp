@@ -9,6 +9,7 @@
 #include "core/byte_order.hpp"
 #include "devices/TGarminIcons.hpp"
 #include "devices/TProtocoloGarmin.hpp"
+#include "tests/devices/raised_text.hpp"
 #include "tests/sim/garmin/SimUsbLink.hpp"
 #include "tests/sim/garmin/sim_fixture.hpp"
 
@@ -31,14 +32,7 @@ std::unique_ptr<TPuertoCom> openLine(const std::string& path) {
   return port;
 }
 
-std::string raisedText(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const TErrorPr& e) {
-    return e.text();
-  }
-  return "(nothing raised)";
-}
+using test::raisedText;
 
 TBalizas sampleFile() {
   TBalizas file;

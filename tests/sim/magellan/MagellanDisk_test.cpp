@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/devices/raised_text.hpp"
 #include "tests/sim/magellan/magellan_disk_fixture.hpp"
 #include "tests/support/test_support.hpp"
 
@@ -13,16 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using test::TempDir;
-
-template <typename F>
-std::string raisedText(F&& f) {
-  try {
-    f();
-  } catch (const TErrorPr& e) {
-    return e.text();
-  }
-  return "(nothing raised)";
-}
+using test::raisedText;
 
 TEST(MagellanDiskFind, TakesTheFirstRootWithTheUnitFileInAnyCase) {
   TempDir a, b, c;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "devices/Protocolo_magellan.hpp"
+#include "tests/devices/raised_text.hpp"
 #include "tests/sim/magellan/MagellanSimulator.hpp"
 #include "tests/sim/magellan/magellan_sample_unit.hpp"
 #include "tests/sim/magellan/sim_test_support.hpp"
@@ -35,16 +36,7 @@ std::vector<std::string> commandsReceived(const MagellanSimulator& unit) {
   return commands;
 }
 
-template <typename F>
-std::string raisedText(F&& f, bool* noAnswer = nullptr) {
-  try {
-    f();
-  } catch (const TErrorPr& e) {
-    if (noAnswer) *noAnswer = e.noAnswer();
-    return e.text();
-  }
-  return "(nothing raised)";
-}
+using test::raisedText;
 
 TEST(MagellanDetect, TakesOnlyAUnitThatReportsThreeVersionFields) {
   const struct {
