@@ -85,37 +85,31 @@ TEST(MagellanDetect, ASilentLineIsADeviceThatDoesNotAnswerWithinTheTimeout) {
   EXPECT_LT(ms, 800 + 300 + 1000) << "the waits of the sequence plus the time-out, not more";
 }
 
-TEST(MagellanDownload, RefusalEndsItWithoutRecordsAndHandshakingOff) {
-  MagellanUnitSetup setup = sampleUnit();
-  setup.unable = true;
-  MagellanSimulator unit(setup);
-  ASSERT_TRUE(unit.start());
-  auto port = openSimulatorPort(unit);
-  Protocolo_magellan link(*port, quickSettings());
-  TBalizas w;
-  TRutas r;
-  TVolGPS t;
-  EXPECT_EQ(raisedText([&] { EXPECT_FALSE(link.downloadWaypoints(w)); }), "(nothing raised)") << transcriptText(unit);
-  EXPECT_EQ(raisedText([&] { EXPECT_FALSE(link.downloadRoutes(r)); }), "(nothing raised)") << transcriptText(unit);
-  EXPECT_EQ(raisedText([&] { EXPECT_FALSE(link.downloadTracks(t)); }), "(nothing raised)") << transcriptText(unit);
-  EXPECT_EQ(w.waypoints.size() + r.routes.size() + t.pointCount(), 0u);
-  EXPECT_EQ(commandsReceived(unit).back(), "HANDOFF");
-  EXPECT_FALSE(link.handshaking());
-}
-
-TEST(MagellanDownload, AnEmptyUnitGivesEachKindsMessage) {
-  MagellanUnitSetup setup = sampleUnit();
-  setup.waypoints.clear(), setup.routes.clear(), setup.tracks.clear();
-  MagellanSimulator unit(setup);
-  ASSERT_TRUE(unit.start());
-  auto port = openSimulatorPort(unit);
-  Protocolo_magellan link(*port, quickSettings());
-  TBalizas w;
-  TRutas r;
-  TVolGPS t;
-  EXPECT_EQ(raisedText([&] { link.downloadWaypoints(w); }), magellan_text::kNoWaypoints);
-  EXPECT_EQ(raisedText([&] { link.downloadRoutes(r); }), magellan_text::kNoRoutes);
-  EXPECT_EQ(raisedText([&] { link.downloadTracks(t); }), magellan_text::kNoTracks);
+// A unit that refuses ends each download without records and with handshaking off; an empty
+// one gives each kind's message.
+TEST(MagellanDownload, RefusingAndEmptyUnits) {
+  for (const bool refuses : {true, false}) {
+    MagellanUnitSetup setup = sampleUnit();
+    setup.unable = refuses;
+    if (!refuses) setup.waypoints.clear(), setup.routes.clear(), setup.tracks.clear();
+    MagellanSimulator unit(setup);
+    ASSERT_TRUE(unit.start());
+    auto port = openSimulatorPort(unit);
+    Protocolo_magellan link(*port, quickSettings());
+    TBalizas w;
+    TRutas r;
+    TVolGPS t;
+    bool got = false;  // whether any download reported records
+    const auto expected = [&](std::string_view message) { return refuses ? "(nothing raised)" : std::string(message); };
+    EXPECT_EQ(raisedText([&] { got = link.downloadWaypoints(w) || got; }), expected(magellan_text::kNoWaypoints)) << transcriptText(unit);
+    EXPECT_EQ(raisedText([&] { got = link.downloadRoutes(r) || got; }), expected(magellan_text::kNoRoutes));
+    EXPECT_EQ(raisedText([&] { got = link.downloadTracks(t) || got; }), expected(magellan_text::kNoTracks));
+    if (!refuses) continue;
+    EXPECT_FALSE(got);
+    EXPECT_EQ(w.waypoints.size() + r.routes.size() + t.pointCount(), 0u);
+    EXPECT_EQ(commandsReceived(unit).back(), "HANDOFF");
+    EXPECT_FALSE(link.handshaking());
+  }
 }
 
 TEST(MagellanDownload, AUnitThatStopsMidRouteFailsWithinTheTimeoutAndKeepsNothing) {
