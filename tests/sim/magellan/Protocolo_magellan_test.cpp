@@ -101,7 +101,8 @@ TEST(MagellanDownload, RefusingAndEmptyUnits) {
     TVolGPS t;
     bool got = false;  // whether any download reported records
     const auto expected = [&](std::string_view message) { return refuses ? "(nothing raised)" : std::string(message); };
-    EXPECT_EQ(raisedText([&] { got = link.downloadWaypoints(w) || got; }), expected(magellan_text::kNoWaypoints)) << transcriptText(unit);
+    EXPECT_EQ(raisedText([&] { got = link.downloadWaypoints(w) || got; }), expected(magellan_text::kNoWaypoints))
+        << transcriptText(unit);
     EXPECT_EQ(raisedText([&] { got = link.downloadRoutes(r) || got; }), expected(magellan_text::kNoRoutes));
     EXPECT_EQ(raisedText([&] { got = link.downloadTracks(t) || got; }), expected(magellan_text::kNoTracks));
     if (!refuses) continue;
