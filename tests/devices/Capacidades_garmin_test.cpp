@@ -13,18 +13,6 @@ Capacidades_garmin fromArray(std::initializer_list<std::pair<char, int>> entries
   return caps;
 }
 
-TEST(GarminCapabilities, DefaultsWithoutArray) {
-  const Capacidades_garmin caps;
-  EXPECT_EQ(caps.productId, -1);
-  EXPECT_EQ(caps.D1XX, 100);
-  EXPECT_EQ(caps.D20X, 201);
-  EXPECT_EQ(caps.D30X, 300);
-  EXPECT_EQ(caps.D60X, 600);
-  EXPECT_EQ(caps.A2XX, 200);
-  EXPECT_EQ(caps.L0XX, 1);
-  EXPECT_FALSE(caps.isA302());
-}
-
 TEST(GarminCapabilities, FillingRules) {
   const Capacidades_garmin mid = fromArray({{'P', 0}, {'L', 1}, {'A', 10}, {'A', 100}, {'D', 108}, {'A', 201},
                                             {'D', 202}, {'D', 108}, {'D', 210}, {'A', 301}, {'D', 310},

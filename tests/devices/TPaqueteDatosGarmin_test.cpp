@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "devices/TPaqueteDatosGarmin.hpp"
+#include "tests/devices/raised_text.hpp"
 
 namespace pixtrail {
 namespace {
@@ -13,14 +14,7 @@ std::string bytes(std::initializer_list<int> values) {
   return s;
 }
 
-std::string raisedText(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const TErrorPr& e) {
-    return e.text();
-  }
-  return "(nothing raised)";
-}
+using test::raisedText;
 
 TEST(GarminSerialFrame, ChecksumAndStuffing) {
   const struct { TPaqueteDatosGarmin packet; std::string frame; const char* why; } rows[] = {

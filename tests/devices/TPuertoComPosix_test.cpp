@@ -16,6 +16,7 @@
 
 #include "devices/TPuertoCom.hpp"
 #include "tests/devices/pty_pair.hpp"
+#include "tests/devices/raised_text.hpp"
 #include "tests/support/test_support.hpp"
 
 namespace pixtrail {
@@ -29,14 +30,7 @@ long msSince(Clock::time_point start) {
       std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
 }
 
-std::string raisedText(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const TErrorPr& error) {
-    return error.text();
-  }
-  return "(nothing raised)";
-}
+using test::raisedText;
 
 class PosixPortTest : public ::testing::Test {
  protected:

@@ -8,18 +8,12 @@
 #include "core/byte_order.hpp"
 #include "devices/TErrorPr.hpp"
 #include "devices/garmin_records.hpp"
+#include "tests/devices/raised_text.hpp"
 
 namespace pixtrail {
 namespace {
 
-std::string raisedText(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const TErrorPr& e) {
-    return e.text();
-  }
-  return "(nothing raised)";
-}
+using test::raisedText;
 
 GarminWaypoint sample() {
   GarminWaypoint w;

@@ -9,6 +9,7 @@
 #include "core/byte_order.hpp"
 #include "devices/TGarminIcons.hpp"
 #include "devices/TProtocoloGarmin.hpp"
+#include "tests/devices/raised_text.hpp"
 #include "tests/sim/garmin/SimUsbLink.hpp"
 #include "tests/sim/garmin/sim_fixture.hpp"
 
@@ -23,22 +24,7 @@ GarminSettings quick() {
   return s;
 }
 
-std::unique_ptr<TPuertoCom> openLine(const std::string& path) {
-  auto port = createPuertoCom();
-  EXPECT_TRUE(port->openPath(path, false)) << path;
-  port->setState(9600);
-  port->setTimeouts();
-  return port;
-}
-
-std::string raisedText(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const TErrorPr& e) {
-    return e.text();
-  }
-  return "(nothing raised)";
-}
+using test::raisedText;
 
 TBalizas sampleFile() {
   TBalizas file;
@@ -56,6 +42,15 @@ TBalizas sampleFile() {
   }
   return file;
 }
+
+// The recent unit on its USB stand-in.
+struct UsbSim {
+  UsbSim() : unit(simProfile("usb")), endpoints(unit), link(endpoints), garmin(link, quick()) {}
+  GarminUnitSim unit;
+  SimUsbEndpoints endpoints;
+  SimUsbLink link;
+  TProtocoloGarmin garmin;
+};
 
 class GarminHostProfiles : public ::testing::TestWithParam<const char*> {};
 
@@ -203,15 +198,12 @@ TEST(GarminHost, CapabilityCacheServesUnitsWithoutArray) {
   EXPECT_EQ(w.waypoints.size(), sim.unit.waypoints.size());
 }
 
-TEST(GarminHost, DateTimePositionAndPvt) {
+// The time and position reads are checked through `garmin time` and `garmin position`.
+TEST(GarminHost, PvtFixesFollowEachOtherUntilStopped) {
   SimOnPty sim("serial");
   sim.start();
   auto port = openLine(sim.path());
   TProtocoloGarmin garmin(*port, quick());
-  EXPECT_EQ(garmin.readDateTime(), (DateTimeRecord{1, 6, 2024, 8, 30, 15.0}));
-  const TCoord here = garmin.readPosition();
-  EXPECT_NEAR(here.lat, 40.4168, 1e-9);
-  EXPECT_NEAR(here.lon, -3.7038, 1e-9);
   garmin.startPvt();
   double lastLat = 0;
   for (int i = 0; i < 3; ++i) {
@@ -382,6 +374,9 @@ TEST(GarminHostFaults, TransferMessages) {
       {"waypoint not acknowledged", false,
        [](const TPaqueteDatosGarmin& in) { return in.id == 35 || in.id == 6 ? std::string() : ack(in.id); },
        [](TProtocoloGarmin& g) { g.sendWaypoints(sampleFile()); }, "No hay respuesta al enviar baliza"},
+      {"transfer complete unanswered", false,
+       [](const TPaqueteDatosGarmin& in) { return in.id == 12 || in.id == 6 ? std::string() : ack(in.id); },
+       [](TProtocoloGarmin& g) { g.sendWaypoints(sampleFile()); }, "Error en Envia_Transfer_Complete"},
       {"two bytes only", false, [](const TPaqueteDatosGarmin& in) { return in.id == 10 ? std::string("\x10\x06", 2) : std::string(); },
        waypoints, "Mensaje RX corto"},
       {"a frame shorter than the first read", false,
@@ -456,16 +451,6 @@ TEST(GarminHostFaults, TrackPointsAreSentAgainOnce) {
   EXPECT_EQ(log[0], "Reintento Envio Punto track 0");
 }
 
-TEST(GarminHostFaults, TransferCompleteUnanswered) {
-  ScriptedLine line([](const TPaqueteDatosGarmin& in, const std::string&) {
-    return in.id == 12 || in.id == 6 ? std::string() : ack(in.id);
-  });
-  auto port = openLine(line.path());
-  TProtocoloGarmin garmin(*port, quick());
-  useDefaults(garmin);
-  EXPECT_EQ(raisedText([&] { garmin.sendWaypoints(sampleFile()); }), "Error en Envia_Transfer_Complete");
-}
-
 TEST(GarminHost, CourseRules) {
   TVolGPS track;
   track.headerText('P') = "LOOP";
@@ -481,10 +466,8 @@ TEST(GarminHost, CourseRules) {
 }
 
 TEST(GarminHost, TracksGoToRecentUnitsAsCourses) {
-  GarminUnitSim unit(simProfile("usb"));
-  SimUsbEndpoints endpoints(unit);
-  SimUsbLink link(endpoints);
-  TProtocoloGarmin garmin(link, quick());
+  UsbSim sim;
+  auto& [unit, endpoints, link, garmin] = sim;
   TVolGPS track;
   track.headerText('P') = "MORNING LOOP";
   for (int i = 0; i < 4; ++i) {
@@ -520,10 +503,8 @@ TEST(GarminHost, TracksGoToRecentUnitsAsCourses) {
 // ---- USB ----
 
 TEST(GarminHostUsb, IdentifiesDownloadsAndUploads) {
-  GarminUnitSim unit(simProfile("usb"));
-  SimUsbEndpoints endpoints(unit);
-  SimUsbLink link(endpoints);
-  TProtocoloGarmin garmin(link, quick());
+  UsbSim sim;
+  auto& [unit, endpoints, link, garmin] = sim;
   const GarminProduct p = garmin.identify();
   EXPECT_EQ(p.productId, 1095);
   EXPECT_TRUE(p.capabilities.hasA1006);
@@ -554,34 +535,16 @@ TEST(GarminHostUsb, IdentifiesDownloadsAndUploads) {
 }
 
 TEST(GarminHostUsb, PvtComesOnTheInterruptPipe) {
-  GarminUnitSim unit(simProfile("usb"));
-  SimUsbEndpoints endpoints(unit);
-  SimUsbLink link(endpoints);
-  TProtocoloGarmin garmin(link, quick());
-  garmin.startPvt();
-  EXPECT_EQ(garmin.readPvt().fix, 3);
-  garmin.stopPvt();
-  EXPECT_FALSE(unit.pvtRunning());
+  UsbSim sim;
+  sim.garmin.startPvt();
+  EXPECT_EQ(sim.garmin.readPvt().fix, 3);
+  sim.garmin.stopPvt();
+  EXPECT_FALSE(sim.unit.pvtRunning());
 }
 
-TEST(GarminHostUsb, EmptyBulkPipeTwice) {
-  GarminUnitSim unit(simProfile("usb"));
-  SimUsbEndpoints endpoints(unit);
-  SimUsbLink link(endpoints);
-  TProtocoloGarmin garmin(link, quick());
-  garmin.identify();
-  // Drains the bulk pipe of the identification, so that the next answer starts on the interrupt pipe.
-  EXPECT_EQ(raisedText([&] { garmin.receive(); }), "No contesta");
-  endpoints.dropBulkReads = 2;
-  TBalizas w;
-  EXPECT_EQ(raisedText([&] { garmin.receiveWaypoints(w); }), "usb error 02 null 2 times");
-}
-
-TEST(GarminHostUsb, SilentUnit) {
-  GarminUnitSim unit(simProfile("usb"));
-  SimUsbEndpoints endpoints(unit);
-  SimUsbLink link(endpoints);
-  TProtocoloGarmin garmin(link, quick());
+TEST(GarminHostUsb, SilentUnitAndEmptyBulkPipeTwice) {
+  UsbSim sim;
+  auto& [unit, endpoints, link, garmin] = sim;
   try {
     garmin.receive();
     FAIL() << "nothing to receive";
@@ -589,6 +552,12 @@ TEST(GarminHostUsb, SilentUnit) {
     EXPECT_TRUE(e.noAnswer());
     EXPECT_EQ(e.text(), "No contesta");
   }
+  garmin.identify();
+  // Drains the bulk pipe of the identification, so that the next answer starts on the interrupt pipe.
+  EXPECT_EQ(raisedText([&] { garmin.receive(); }), "No contesta");
+  endpoints.dropBulkReads = 2;
+  TBalizas w;
+  EXPECT_EQ(raisedText([&] { garmin.receiveWaypoints(w); }), "usb error 02 null 2 times");
 }
 
 }  // namespace

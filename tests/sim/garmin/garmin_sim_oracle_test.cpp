@@ -190,10 +190,7 @@ TEST_P(GarminSimOracle, OurHostAgreesWithGpsbabel) {
   auto run = gpsbabel("-w -t -i garmin -f " + sim.path() + " -o gpx -F " + theirs.string());
   ASSERT_EQ(run.status, 0) << run.err;
 
-  auto port = createPuertoCom();
-  ASSERT_TRUE(port->openPath(sim.path(), false));
-  port->setState(9600);
-  port->setTimeouts();
+  auto port = openLine(sim.path());
   TProtocoloGarmin garmin(*port);
   TBalizas waypoints;
   garmin.receiveWaypoints(waypoints);

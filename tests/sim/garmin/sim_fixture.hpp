@@ -9,6 +9,9 @@
 #include <memory>
 #include <thread>
 
+#include <gtest/gtest.h>
+
+#include "devices/TPuertoCom.hpp"
 #include "tests/devices/pty_pair.hpp"
 #include "tests/sim/garmin/GarminUnitSim.hpp"
 #include "tests/sim/garmin/usb_shim_protocol.hpp"
@@ -56,5 +59,14 @@ class SimOnPty {
   std::string socket_;
   int keep_ = -1;
 };
+
+// The host's end of the simulated line, opened as the program opens a serial port.
+inline std::unique_ptr<TPuertoCom> openLine(const std::string& path) {
+  auto port = createPuertoCom();
+  EXPECT_TRUE(port->openPath(path, false)) << path;
+  port->setState(9600);
+  port->setTimeouts();
+  return port;
+}
 
 }  // namespace pixtrail::sim

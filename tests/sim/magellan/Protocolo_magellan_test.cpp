@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "devices/Protocolo_magellan.hpp"
+#include "tests/devices/raised_text.hpp"
 #include "tests/sim/magellan/MagellanSimulator.hpp"
 #include "tests/sim/magellan/magellan_sample_unit.hpp"
 #include "tests/sim/magellan/sim_test_support.hpp"
@@ -35,16 +36,7 @@ std::vector<std::string> commandsReceived(const MagellanSimulator& unit) {
   return commands;
 }
 
-template <typename F>
-std::string raisedText(F&& f, bool* noAnswer = nullptr) {
-  try {
-    f();
-  } catch (const TErrorPr& e) {
-    if (noAnswer) *noAnswer = e.noAnswer();
-    return e.text();
-  }
-  return "(nothing raised)";
-}
+using test::raisedText;
 
 TEST(MagellanDetect, TakesOnlyAUnitThatReportsThreeVersionFields) {
   const struct {
@@ -66,23 +58,16 @@ TEST(MagellanDetect, TakesOnlyAUnitThatReportsThreeVersionFields) {
     EXPECT_EQ(detectMagellan(*port, version, 1500), row.magellan) << row.why;
     if (row.magellan) {
       EXPECT_EQ("PMGNVER," + version, row.version) << row.why;
+      // The version report is acknowledged while handshaking is on.
+      const std::string ack = "PMGNCSM," + MagellanSimulator::frame(row.version).substr(row.version.size() + 2, 2);
+      unit.settle();
+      const auto got = unit.received();
+      EXPECT_NE(std::find(got.begin(), got.end(), ack), got.end()) << row.why << "\n" << transcriptText(unit);
     }
     // The sequence as written: STOP, HANDON, VERSION, and handshaking off again at the end.
     const std::vector<std::string> expected{"STOP", "HANDON", "VERSION", "HANDOFF"};
     EXPECT_EQ(commandsReceived(unit), expected) << row.why << "\n" << transcriptText(unit);
   }
-}
-
-TEST(MagellanDetect, AcknowledgesTheVersionReportWhileHandshaking) {
-  MagellanSimulator unit(sampleUnit());
-  ASSERT_TRUE(unit.start());
-  auto port = openSimulatorPort(unit);
-  std::string version;
-  ASSERT_TRUE(detectMagellan(*port, version, 1500));
-  const std::string ack = "PMGNCSM," + MagellanSimulator::frame(sampleUnit().version).substr(sampleUnit().version.size() + 2, 2);
-  unit.settle();
-  const auto got = unit.received();
-  EXPECT_NE(std::find(got.begin(), got.end(), ack), got.end()) << transcriptText(unit);
 }
 
 TEST(MagellanDetect, ASilentLineIsADeviceThatDoesNotAnswerWithinTheTimeout) {
@@ -100,37 +85,32 @@ TEST(MagellanDetect, ASilentLineIsADeviceThatDoesNotAnswerWithinTheTimeout) {
   EXPECT_LT(ms, 800 + 300 + 1000) << "the waits of the sequence plus the time-out, not more";
 }
 
-TEST(MagellanDownload, RefusalEndsItWithoutRecordsAndHandshakingOff) {
-  MagellanUnitSetup setup = sampleUnit();
-  setup.unable = true;
-  MagellanSimulator unit(setup);
-  ASSERT_TRUE(unit.start());
-  auto port = openSimulatorPort(unit);
-  Protocolo_magellan link(*port, quickSettings());
-  TBalizas w;
-  TRutas r;
-  TVolGPS t;
-  EXPECT_EQ(raisedText([&] { EXPECT_FALSE(link.downloadWaypoints(w)); }), "(nothing raised)") << transcriptText(unit);
-  EXPECT_EQ(raisedText([&] { EXPECT_FALSE(link.downloadRoutes(r)); }), "(nothing raised)") << transcriptText(unit);
-  EXPECT_EQ(raisedText([&] { EXPECT_FALSE(link.downloadTracks(t)); }), "(nothing raised)") << transcriptText(unit);
-  EXPECT_EQ(w.waypoints.size() + r.routes.size() + t.pointCount(), 0u);
-  EXPECT_EQ(commandsReceived(unit).back(), "HANDOFF");
-  EXPECT_FALSE(link.handshaking());
-}
-
-TEST(MagellanDownload, AnEmptyUnitGivesEachKindsMessage) {
-  MagellanUnitSetup setup = sampleUnit();
-  setup.waypoints.clear(), setup.routes.clear(), setup.tracks.clear();
-  MagellanSimulator unit(setup);
-  ASSERT_TRUE(unit.start());
-  auto port = openSimulatorPort(unit);
-  Protocolo_magellan link(*port, quickSettings());
-  TBalizas w;
-  TRutas r;
-  TVolGPS t;
-  EXPECT_EQ(raisedText([&] { link.downloadWaypoints(w); }), magellan_text::kNoWaypoints);
-  EXPECT_EQ(raisedText([&] { link.downloadRoutes(r); }), magellan_text::kNoRoutes);
-  EXPECT_EQ(raisedText([&] { link.downloadTracks(t); }), magellan_text::kNoTracks);
+// A unit that refuses ends each download without records and with handshaking off; an empty
+// one gives each kind's message.
+TEST(MagellanDownload, RefusingAndEmptyUnits) {
+  for (const bool refuses : {true, false}) {
+    MagellanUnitSetup setup = sampleUnit();
+    setup.unable = refuses;
+    if (!refuses) setup.waypoints.clear(), setup.routes.clear(), setup.tracks.clear();
+    MagellanSimulator unit(setup);
+    ASSERT_TRUE(unit.start());
+    auto port = openSimulatorPort(unit);
+    Protocolo_magellan link(*port, quickSettings());
+    TBalizas w;
+    TRutas r;
+    TVolGPS t;
+    bool got = false;  // whether any download reported records
+    const auto expected = [&](std::string_view message) { return refuses ? "(nothing raised)" : std::string(message); };
+    EXPECT_EQ(raisedText([&] { got = link.downloadWaypoints(w) || got; }), expected(magellan_text::kNoWaypoints))
+        << transcriptText(unit);
+    EXPECT_EQ(raisedText([&] { got = link.downloadRoutes(r) || got; }), expected(magellan_text::kNoRoutes));
+    EXPECT_EQ(raisedText([&] { got = link.downloadTracks(t) || got; }), expected(magellan_text::kNoTracks));
+    if (!refuses) continue;
+    EXPECT_FALSE(got);
+    EXPECT_EQ(w.waypoints.size() + r.routes.size() + t.pointCount(), 0u);
+    EXPECT_EQ(commandsReceived(unit).back(), "HANDOFF");
+    EXPECT_FALSE(link.handshaking());
+  }
 }
 
 TEST(MagellanDownload, AUnitThatStopsMidRouteFailsWithinTheTimeoutAndKeepsNothing) {
