@@ -46,12 +46,7 @@ std::unique_ptr<TVolGPS> trackFrom(int hour, double lat0, float alt = 50.0f) {
   return t;
 }
 
-void writePhoto(const std::filesystem::path& file, const std::string& time) {
-  test::ExifLayout layout;
-  layout.ifd0 = {test::asciiEntry(0x010F, "Maker")};
-  if (!time.empty()) layout.exif = {test::asciiEntry(0x9003, time)};
-  test::writeFileBytes(file, test::buildJpeg(layout));
-}
+using test::writePhoto;
 
 class GeotagJobTest : public ::testing::Test {
  protected:

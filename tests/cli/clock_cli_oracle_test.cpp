@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 
+#include "tests/cli/walk_track.hpp"
 #include "tests/support/test_support.hpp"
 
 namespace pixtrail {
@@ -12,20 +13,9 @@ namespace {
 
 using test::shellQuote;
 
-// Fixes a minute apart, 0.001 degrees (111 m) north each, around the Canon sample's 06:46:52.
-void writeTrack(const std::filesystem::path& file) {
-  std::string text = "G  WGS 84\r\nU  0\r\n";
-  for (int m = 40; m <= 55; ++m) {
-    char line[96];
-    std::snprintf(line, sizeof line, "T  - %.7f\xBAN 3.7000000\xBAW 04-DEC-03 06:%02d:00 N 650.0\r\n", 40.0 + 0.001 * m, m);
-    text += line;
-  }
-  test::writeFileBytes(file, text);
-}
-
 TEST(GeotagConfidence, ErrorWrittenAsExiftoolReadsItAndJumpsRefused) {
   test::TempDir dir;
-  writeTrack(dir / "walk.trk");
+  test::writeWalkTrack(dir / "walk.trk");
   const std::string base = "geotag --track " + shellQuote((dir / "walk.trk").string()) + " --json --out " +
                            shellQuote((dir / "out").string()) + " " +
                            shellQuote(test::testData("photos/Canon.jpg").string());

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "photos/TJpegExif.hpp"
+#include "tests/cli/walk_track.hpp"
 #include "tests/support/test_support.hpp"
 
 namespace pixtrail {
@@ -12,28 +13,7 @@ namespace {
 
 using test::shellQuote;
 
-// A walk north past the capture time of the Canon sample photo (2003-12-04 06:46:52).
-void writeTrack(const std::filesystem::path& file) {
-  std::string text = "G  WGS 84\r\nU  0\r\n";
-  for (int m = 40; m <= 55; ++m) {
-    char line[96];
-    std::snprintf(line, sizeof line, "T  - %.7f\xBAN 3.7000000\xBAW 04-DEC-03 06:%02d:00 N 650.0\r\n", 40.0 + 0.001 * m, m);
-    text += line;
-  }
-  test::writeFileBytes(file, text);
-}
-
-class GeotagCommand : public ::testing::Test {
- protected:
-  void SetUp() override {
-    writeTrack(dir / "walk.trk");
-    std::filesystem::create_directory(dir / "photos");
-    original = test::readFileBytes(test::testData("photos/Canon.jpg"));
-  }
-  std::string run(const std::string& args) { return "geotag --track " + shellQuote((dir / "walk.trk").string()) + " " + args; }
-  test::TempDir dir;
-  std::string original;
-};
+using GeotagCommand = test::WalkFixture;
 
 TEST_F(GeotagCommand, JsonReportsEveryPhotoAndOutNeverOverwrites) {
   test::writeFileBytes(dir / "photos/canon.jpg", original);

@@ -16,6 +16,7 @@
 #include "core/SafeFile.hpp"
 #include "core/input_limits.hpp"
 #include "photos/TJpegExif.hpp"
+#include "tests/cli/walk_track.hpp"
 #include "tests/support/test_support.hpp"
 
 namespace pixtrail {
@@ -25,18 +26,6 @@ namespace fs = std::filesystem;
 using test::shellQuote;
 
 const std::string kCli = shellQuote(PIXTRAIL_CLI_PATH);
-
-// A walk north past the capture time of the Canon sample photo (2003-12-04 06:46:52).
-void writeTrack(const fs::path& file) {
-  std::string text = "G  WGS 84\r\nU  0\r\n";
-  for (int m = 40; m <= 55; ++m) {
-    char line[96];
-    std::snprintf(line, sizeof line, "T  - %.7f\xBAN 3.7000000\xBAW 04-DEC-03 06:%02d:00 N 650.0\r\n",
-                  40.0 + 0.001 * m, m);
-    text += line;
-  }
-  test::writeFileBytes(file, text);
-}
 
 bool isTagged(const fs::path& photo) {
   TJpegExif exif;
@@ -52,19 +41,12 @@ std::vector<std::string> temporariesIn(const fs::path& folder) {
   return found;
 }
 
-class Attack : public ::testing::Test {
+class Attack : public test::WalkFixture {
  protected:
-  void SetUp() override {
-    writeTrack(dir / "walk.trk");
-    fs::create_directory(dir / "photos");
-    original = test::readFileBytes(test::testData("photos/Canon.jpg"));
-  }
   fs::path photo(const std::string& name) { return dir / "photos" / name; }
   std::string geotag(const std::string& args) {
-    return kCli + " geotag --track " + shellQuote((dir / "walk.trk").string()) + " " + args;
+    return kCli + " " + run(args);
   }
-  test::TempDir dir;
-  std::string original;
 };
 
 // Two in-place runs over one folder, one killed at a random moment, many times: every photo is

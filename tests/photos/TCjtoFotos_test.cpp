@@ -14,13 +14,7 @@ namespace {
 
 using test::ExifLayout;
 
-// A photo taken at the given EXIF time ("" for none), written into `file`.
-void writePhoto(const std::filesystem::path& file, const std::string& exifTime) {
-  ExifLayout layout;
-  layout.ifd0 = {test::asciiEntry(0x010F, "Maker")};
-  if (!exifTime.empty()) layout.exif = {test::asciiEntry(0x9003, exifTime)};
-  test::writeFileBytes(file, test::buildJpeg(layout));
-}
+using test::writePhoto;
 
 // A straight track north along 3 W: 40.00 N at 11:00, 40.01 N at 11:10, 40.02 N at 11:20 (UTC).
 TVolGPS track() {

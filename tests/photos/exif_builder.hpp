@@ -3,10 +3,12 @@
 // a structure no camera wrote (a bad header, 1001 entries, odd rationals).
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "core/byte_order.hpp"
+#include "tests/support/test_support.hpp"
 
 namespace pixtrail::test {
 
@@ -97,6 +99,14 @@ inline std::string buildJpeg(const ExifLayout& layout, const std::string& imageD
   std::string jpeg = "\xFF\xD8\xFF\xE1";
   appendU16(jpeg, static_cast<std::uint16_t>(exif.size() + 2), ByteOrder::big);
   return jpeg + exif + imageData;
+}
+
+// A small photo taken at the given EXIF time ("" for none), written into `file`.
+inline void writePhoto(const std::filesystem::path& file, const std::string& exifTime) {
+  ExifLayout layout;
+  layout.ifd0 = {asciiEntry(0x010F, "Maker")};
+  if (!exifTime.empty()) layout.exif = {asciiEntry(0x9003, exifTime)};
+  writeFileBytes(file, buildJpeg(layout));
 }
 
 }  // namespace pixtrail::test

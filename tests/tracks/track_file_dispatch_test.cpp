@@ -126,12 +126,6 @@ TEST(TrackDispatch, IgcNameKeepsTheCaseTypedAndOtherExtensionsBecomeIgc) {
   EXPECT_EQ(savedTrackFileName(t, dir / "x.Igc"), dir / "x.Igc");
 }
 
-}  // namespace
-}  // namespace pixtrail
-
-namespace pixtrail {
-namespace {
-
 TEST(TrackDispatch, SegmentExportIsANativeTrackBesideTheOriginal) {
   test::TempDir dir;
   TVolGPS t = smallTrack((dir / "ride.gpx").string());

@@ -337,12 +337,6 @@ TEST(NativeTrackFile, ExtensionRulesAndSafeReplacement) {
   EXPECT_EQ(test::readFileBytes(dir / "walk.TRK"), "old content");
 }
 
-}  // namespace
-}  // namespace pixtrail
-
-namespace pixtrail {
-namespace {
-
 // The decimal modes are written without the general angle text; their digits must stay its digits.
 TEST(NativeCoordinateFields, DecimalModesWriteTheCoordinateTextDigits) {
   const double values[] = {0.0, -0.0, 1e-8, -0.00000005, 0.00000015, 40.41677654321, -3.70379125,
@@ -362,12 +356,6 @@ TEST(NativeCoordinateFields, DecimalModesWriteTheCoordinateTextDigits) {
     }
   }
 }
-
-}  // namespace
-}  // namespace pixtrail
-
-namespace pixtrail {
-namespace {
 
 // Expected grids from GeographicLib's GeoConvert -u -p 0; bands from the 8-degree band table.
 TEST(NativeCoordinateFields, UtmModeMatchesGeoConvertAndReadsBackToTheMetre) {
@@ -398,12 +386,6 @@ TEST(NativeCoordinateFields, UtmModeMatchesGeoConvertAndReadsBackToTheMetre) {
   EXPECT_EQ(untouched, (TCoord{1, 2, 3}));
 }
 
-}  // namespace
-}  // namespace pixtrail
-
-namespace pixtrail {
-namespace {
-
 TEST(NativeTrackFile, AnotherFileDatumReadsBackAndWritesTheSameBytes) {
   ASSERT_NO_FATAL_FAILURE(test::loadShippedDatums());
   const int ed50 = datumTable().findByName("ED50");
@@ -431,12 +413,6 @@ TEST(NativeTrackFile, AnotherFileDatumReadsBackAndWritesTheSameBytes) {
     EXPECT_EQ(first, second) << "mode " << mode;
   }
 }
-
-}  // namespace
-}  // namespace pixtrail
-
-namespace pixtrail {
-namespace {
 
 // Two-digit years read back as 1951 to 2050; any other year would come back changed.
 TEST(NativeTrackFile, AYearTheFormatCannotHoldIsRefusedNamingThePoint) {
