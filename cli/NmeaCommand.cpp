@@ -175,6 +175,16 @@ void setupNmea(CLI::App& parent, const GlobalOptions& global, CommandResult& res
   });
 }
 
+NmeaSettings loadNmeaSettings(const std::string& configFile, bool ignoreChecksum,
+                              const std::string& preferredSentence) {
+  Configuration& config = configuration();
+  std::string message;
+  config.load(configFile.empty() ? defaultConfigFile() : std::filesystem::path(configFile), message);
+  if (!message.empty()) std::fprintf(stderr, "%s\n", message.c_str());
+  return NmeaSettings{config.useNmeaChecksum.get() && !ignoreChecksum,
+                      preferredSentence.empty() ? config.nmeaMovingMapSentence.get() : preferredSentence};
+}
+
 int runNmea(const NmeaOptions& options) {
   std::unique_ptr<std::FILE, FileCloser> in(options.input == "-" ? stdin : std::fopen(options.input.c_str(), "rb"));
   if (!in) {
@@ -182,13 +192,7 @@ int runNmea(const NmeaOptions& options) {
     return kExitUsage;
   }
   // Only the two settings of the dispatch are needed: no datum table, no language file.
-  Configuration& config = configuration();
-  std::string message;
-  config.load(options.configFile.empty() ? defaultConfigFile() : std::filesystem::path(options.configFile), message);
-  if (!message.empty()) std::fprintf(stderr, "%s\n", message.c_str());
-  const NmeaSettings settings{config.useNmeaChecksum.get() && !options.ignoreChecksum,
-                              options.preferredSentence.empty() ? config.nmeaMovingMapSentence.get()
-                                                                : options.preferredSentence};
+  const NmeaSettings settings = loadNmeaSettings(options.configFile, options.ignoreChecksum, options.preferredSentence);
   TProtocoloNMEA protocol(settings);
   TDatosGPSActual fix;
   int sinceLastPosition = 0;

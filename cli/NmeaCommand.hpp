@@ -22,6 +22,10 @@ struct NmeaOptions {
 
 void setupNmea(CLI::App& parent, const GlobalOptions& global, CommandResult& result);
 int runNmea(const NmeaOptions& options);
+// gps.ini (the given file, else the user's) loaded into the configuration, and the sentence
+// dispatch settings it gives with the command's own options on top.
+NmeaSettings loadNmeaSettings(const std::string& configFile, bool ignoreChecksum,
+                              const std::string& preferredSentence);
 
 // One line of output for the line just processed: a JSON object, or the text form.
 void appendNmeaJsonLine(std::string& out, long long lineNumber, const TProtocoloNMEA& protocol, bool changed,

@@ -209,13 +209,8 @@ int runNmeaLive(const NmeaLiveOptions& options) {
     std::fprintf(stderr, "%s: File already exists\n", options.record.c_str());
     return kExitUsage;
   }
-  Configuration& config = configuration();
-  std::string message;
-  config.load(options.configFile.empty() ? defaultConfigFile() : std::filesystem::path(options.configFile), message);
-  if (!message.empty()) std::fprintf(stderr, "%s\n", message.c_str());
-  const NmeaSettings settings{config.useNmeaChecksum.get() && !options.ignoreChecksum,
-                              options.preferredSentence.empty() ? config.nmeaMovingMapSentence.get()
-                                                                : options.preferredSentence};
+  const NmeaSettings settings = loadNmeaSettings(options.configFile, options.ignoreChecksum, options.preferredSentence);
+  const Configuration& config = configuration();
   const int silenceMs = options.timeoutMs > 0 ? options.timeoutMs : config.commNmeaTimeoutMs.get();
   const auto charTimeoutMs = static_cast<std::uint32_t>(std::max(config.commTimeoutChars2Ms.get(), 1));
 
