@@ -9,40 +9,11 @@
 #include <string>
 
 #include "devices/Protocolo_magellan.hpp"
+#include "fuzz/replay_port.hpp"
 
 using namespace pixtrail;
 
 namespace {
-
-// A line that delivers the fuzzer's bytes and swallows whatever is written to it.
-class ScriptedPort : public TPuertoCom {
- public:
-  ScriptedPort(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
-  bool open(int, bool) override { return true; }
-  bool openPath(const std::string&, bool) override { return true; }
-  void close() override {}
-  bool isOpen() const override { return true; }
-  bool isMailslot() const override { return false; }
-  void setBuffers() override {}
-  void setState(std::uint32_t) override {}
-  void setTimeouts() override {}
-  int read(int, char* buffer, int count, bool) override {
-    const std::size_t n = std::min<std::size_t>(static_cast<std::size_t>(count < 0 ? 0 : count), size_ - at_);
-    std::memcpy(buffer, data_ + at_, n);
-    at_ += n;
-    buffer[n] = 0;
-    return static_cast<int>(n);
-  }
-  void purge() override {}
-  void write(const void*, std::size_t) override {}
-  std::uint32_t baud() const override { return 9600; }
-  std::uint32_t readCalls() const override { return 0; }
-
- private:
-  const std::uint8_t* data_;
-  std::size_t size_;
-  std::size_t at_ = 0;
-};
 
 bool onGlobe(const TCoord& c) { return std::isfinite(c.lat) && std::fabs(c.lat) <= 90.0 && std::fabs(c.lon) <= 180.0; }
 
@@ -50,7 +21,7 @@ bool onGlobe(const TCoord& c) { return std::isfinite(c.lat) && std::fabs(c.lat) 
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
-  ScriptedPort port(data + 1, size - 1);
+  ReplayPort port(std::string_view(reinterpret_cast<const char*>(data) + 1, size - 1));
   MagellanLinkSettings settings;
   settings.sentenceTimeoutMs = 1;  // the script has no more to say once it is read
   settings.ackTimeoutMs = 1;
