@@ -384,7 +384,14 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
               markPhotoOnTrack(tracks[hit.track], photo, placement);
               marked[hit.track] = true;
             }
-            if (preparePhoto(options, photo, result)) {
+            bool prepared = false;
+            try {
+              prepared = preparePhoto(options, photo, result);
+            } catch (const std::exception& e) {  // one photo's failure, not the run's
+              result.status = GeotagStatus::Error;
+              appendMessage(result.message, std::string("Error writing the photo: ") + e.what());
+            }
+            if (prepared) {
               toWrite.emplace_back(&photo, &result);
               continue;  // counted when written
             }
