@@ -20,7 +20,7 @@ TEST(FormatsCli, ConvertReachesEveryForeignReaderAndWriter) {
   const struct { std::string in, out; int status; } rows[] = {
       {sample("igc2.igc"), "a.gpx", 0},
       {sample("track_20070813_short.plt"), "b.gpx", 0},
-      {sample("track.nmea"), "c.gpx", 0},
+      {shellQuote(test::testData("nmea/track.nmea").string()), "c.gpx", 0},
       {sample("track_magellandate.log"), "d.gpx", 0},
       {sample("garmin_txt.txt"), "e.gpx", 0},
       {sample("track_gpx_garmin_extensions.gpx"), "f.plt", 0},
