@@ -29,6 +29,8 @@ class Document {
   VectorP<TBalizas> waypointFiles;
   VectorP<TRutas> routeFiles;
   TCjtoFotos photos;
+  // A photo folder opens with its file names only; the caller reads the photos (on a worker).
+  bool readPhotosLater = false;
 
   // Opens a file or a folder by what it is: a folder (or a photo) gives its photos, "wpt" a waypoint
   // file, "rte" a route file, "gpx" its tracks and its waypoints, anything else goes through the

@@ -29,6 +29,12 @@ constexpr double kKeyPanFraction = 0.25;   // arrow keys move a quarter of the v
 constexpr double kWheelStepDeg = 120.0;    // one notch of a mouse wheel
 constexpr double kScaleBarMaxPx = 140.0;
 constexpr int kHoverThumbPx = 120;
+constexpr double kGridSpacingPx = 110.0;   // grid lines about this far apart
+constexpr double kMaxGridLines = 60.0;
+constexpr double kGridLabelRowPx = 58.0;   // the eastings' row, from the bottom
+constexpr double kGridLabelTopPx = 36.0;   // below the projection's name
+const QColor kGridColour(90, 90, 110, 70);
+const QColor kGridLabelColour(50, 50, 70);
 
 // Stored colours carry red in the low byte.
 QColor colourOf(std::uint32_t stored) {
@@ -36,16 +42,27 @@ QColor colourOf(std::uint32_t stored) {
                 static_cast<int>((stored >> 16) & 0xFF));
 }
 
-// Working datum to WGS 84; a position that cannot be shifted is drawn where it is.
-TCoord toWgs84(TCoord p) {
-  std::string ignored;
-  datumTable().Transforma_Grados_Datum(p, kWorkingDatum, kDatumWgs84, ignored);
-  return p;
-}
-
-WorldPoint worldOf(const TCoord& working) {
-  const TCoord w = toWgs84(working);
-  return worldFromGeo(w.lat, w.lon);
+// The middle of everything the document holds, in the working datum: where a UTM plane takes its
+// zone. Photos count by their working-datum position too (a few metres off is of no matter here).
+TCoord documentCentre(const Document& doc) {
+  double minLat = 90, maxLat = -90, minLon = 180, maxLon = -180;
+  auto add = [&](const TCoord& p) {
+    if (!std::isfinite(p.lat) || !std::isfinite(p.lon)) return;
+    minLat = std::min(minLat, p.lat), maxLat = std::max(maxLat, p.lat);
+    minLon = std::min(minLon, p.lon), maxLon = std::max(maxLon, p.lon);
+  };
+  for (const TVolGPS& track : doc.tracks)
+    for (std::size_t i = 0; i < track.pointCount(); ++i) add(track.point(i).position);
+  for (const TBalizas& file : doc.waypointFiles)
+    for (const TBaliza& w : file.waypoints) add(w.position);
+  for (const TRutas& file : doc.routeFiles)
+    for (const TRuta& route : file.routes)
+      for (const TBaliza& w : route.waypoints) add(w.position);
+  for (const TFotos& group : doc.photos.groups)
+    for (const TFoto& photo : group.photos)
+      if (photo.hasPosition) add(photo.position);
+  if (minLat > maxLat) return TCoord{};
+  return TCoord{(minLon + maxLon) / 2.0, (minLat + maxLat) / 2.0, kUnknownAltitude};
 }
 
 }  // namespace
@@ -76,16 +93,40 @@ void MapCanvas::setTileLayer(TileLayer* tiles) {
   update();
 }
 
+void MapCanvas::setProjection(const TProyeccion* projection) {
+  projection_ = projection ? projection->clone() : nullptr;
+  planeChosen_ = true;
+  rebuild();
+  if (keepFitted_) fitToDocument();
+  emit viewChanged();
+}
+
+bool MapCanvas::tilesHiddenByProjection() const {
+  return tiles_ != nullptr && tiles_->enabled() && !plane_.isWebMercator();
+}
+
 void MapCanvas::rebuild() {
   tracks_.clear();
   routes_.clear();
   waypoints_.clear();
   photos_.clear();
   hoveredPhoto_ = nullptr;
+  // A new plane (another projection, or a UTM zone that follows the document) keeps the view on
+  // the same ground.
+  TCoord middle;
+  const bool hadMiddle = plane_.toGeo(centre_, kDatumWgs84, middle);
+  MapPlane plane(projection_.get(), projection_ && document_ ? documentCentre(*document_) : TCoord{});
+  if (planeChosen_ || plane.name() != plane_.name()) {
+    planeChosen_ = false;
+    plane_ = std::move(plane);
+    if (hadMiddle) plane_.toWorld(middle, kDatumWgs84, centre_);
+  }
   if (document_ == nullptr) {
     update();
     return;
   }
+  std::vector<WorldPoint> world;
+  std::vector<char> ok;
   for (const TVolGPS& track : document_->tracks) {
     TrackShape shape;
     shape.owner = &track;
@@ -95,27 +136,32 @@ void MapCanvas::rebuild() {
     std::vector<TCoord> positions;
     positions.reserve(track.pointCount());
     for (std::size_t i = 0; i < track.pointCount(); ++i) positions.push_back(track.point(i).position);
-    std::string ignored;
-    datumTable().Transforma_Grados_Datum(std::span<TCoord>(positions), kWorkingDatum, kDatumWgs84, ignored);
+    plane_.toWorld(positions, kWorkingDatum, world, ok);
     for (const auto& [first, end] : track.segments()) {
       QPolygonF line;
-      line.reserve(static_cast<qsizetype>(end - first));
+      // A point the projection cannot take breaks the line rather than joining across the gap.
+      auto flush = [&] {
+        if (!line.isEmpty()) shape.segments.push_back(std::move(line));
+        line = QPolygonF();
+      };
       for (std::size_t i = first; i < end; ++i) {
-        const WorldPoint w = worldFromGeo(positions[i].lat, positions[i].lon);
-        line << QPointF(w.x, w.y);
+        if (ok[i]) line << QPointF(world[i].x, world[i].y);
+        else flush();
       }
-      if (!line.isEmpty()) shape.segments.push_back(std::move(line));
+      flush();
     }
     tracks_.push_back(std::move(shape));
   }
+  WorldPoint p;
   for (const TBalizas& file : document_->waypointFiles)
     for (const TBaliza& w : file.waypoints)
-      waypoints_.push_back({&file, worldOf(w.position), QString::fromLatin1(w.name.c_str())});
+      if (plane_.toWorld(w.position, kWorkingDatum, p))
+        waypoints_.push_back({&file, p, QString::fromLatin1(w.name.c_str())});
   for (const TRutas& file : document_->routeFiles) {
     for (const TRuta& route : file.routes) {
       RouteShape shape{&file, {}};
       for (const TBaliza& w : route.waypoints) {
-        const WorldPoint p = worldOf(w.position);
+        if (!plane_.toWorld(w.position, kWorkingDatum, p)) continue;
         shape.line << QPointF(p.x, p.y);
         waypoints_.push_back({&file, p, QString::fromLatin1(w.name.c_str())});
       }
@@ -123,13 +169,8 @@ void MapCanvas::rebuild() {
     }
   }
   for (const TFotos& group : document_->photos.groups)
-    for (const TFoto& photo : group.photos) {
-      if (!photo.hasPosition) continue;
-      TCoord p = photo.position;
-      std::string ignored;
-      datumTable().Transforma_Grados_Datum(p, photo.datum, kDatumWgs84, ignored);
-      photos_.push_back({&group, &photo, worldFromGeo(p.lat, p.lon)});
-    }
+    for (const TFoto& photo : group.photos)
+      if (photo.hasPosition && plane_.toWorld(photo.position, photo.datum, p)) photos_.push_back({&group, &photo, p});
   update();
 }
 
@@ -163,17 +204,25 @@ WorldPoint MapCanvas::worldFromScreen(const QPointF& s) const {
   return {centre_.x + (s.x() - width() / 2.0) / scale(), centre_.y + (s.y() - height() / 2.0) / scale()};
 }
 
-QPointF MapCanvas::screenFromGeo(double lat, double lon) const { return screenFromWorld(worldFromGeo(lat, lon)); }
-
-void MapCanvas::geoAt(const QPointF& screen, double& lat, double& lon) const {
-  geoFromWorld(worldFromScreen(screen), lat, lon);
+QPointF MapCanvas::screenFromGeo(double lat, double lon) const {
+  WorldPoint w;
+  if (!plane_.toWorld(TCoord{lon, lat, kUnknownAltitude}, kDatumWgs84, w)) return QPointF(-1e9, -1e9);
+  return screenFromWorld(w);
 }
 
-void MapCanvas::centre(double& lat, double& lon) const { geoFromWorld(centre_, lat, lon); }
+bool MapCanvas::geoAt(const QPointF& screen, double& lat, double& lon) const {
+  TCoord p;
+  if (!plane_.toGeo(worldFromScreen(screen), kDatumWgs84, p)) return false;
+  lat = p.lat;
+  lon = p.lon;
+  return true;
+}
+
+bool MapCanvas::centre(double& lat, double& lon) const { return geoAt(QPointF(width() / 2.0, height() / 2.0), lat, lon); }
 
 void MapCanvas::setView(double lat, double lon, double zoom) {
   keepFitted_ = false;
-  centre_ = worldFromGeo(lat, lon);
+  plane_.toWorld(TCoord{lon, lat, kUnknownAltitude}, kDatumWgs84, centre_);
   zoom_ = std::clamp(zoom, static_cast<double>(kMinZoom), static_cast<double>(kMaxZoom));
   update();
   emit viewChanged();
@@ -217,7 +266,8 @@ void MapCanvas::zoomAround(const QPointF& screen, double newZoom) {
 void MapCanvas::panBy(const QPointF& deltaPx) {
   keepFitted_ = false;
   centre_.x -= deltaPx.x() / scale();
-  centre_.y = std::clamp(centre_.y - deltaPx.y() / scale(), 0.0, static_cast<double>(kTileSizePx));
+  centre_.y -= deltaPx.y() / scale();
+  if (plane_.boundedVertically()) centre_.y = std::clamp(centre_.y, 0.0, static_cast<double>(kTileSizePx));
   update();
   emit viewChanged();
 }
@@ -242,6 +292,7 @@ void MapCanvas::paintEvent(QPaintEvent*) {
   p.fillRect(rect(), kBackground);
   p.setRenderHint(QPainter::Antialiasing);
   drawTiles(p);
+  drawGrid(p);
   drawRoutes(p);
   drawTracks(p);
   drawWaypoints(p);
@@ -250,10 +301,11 @@ void MapCanvas::paintEvent(QPaintEvent*) {
   drawHoverThumbnail(p);
   drawScaleBar(p);
   drawAttribution(p);
+  drawPlaneName(p);
 }
 
 void MapCanvas::drawTiles(QPainter& p) {
-  if (tiles_ == nullptr || !tiles_->enabled()) return;
+  if (tiles_ == nullptr || !tiles_->enabled() || !plane_.isWebMercator()) return;
   const int level = std::clamp(static_cast<int>(std::lround(zoom_)), kMinZoom, kMaxZoom);
   const int count = 1 << level;
   const double tileWorld = static_cast<double>(kTileSizePx) / count;
@@ -274,6 +326,78 @@ void MapCanvas::drawTiles(QPainter& p) {
       p.drawImage(QRectF(a, b), image);
     }
   }
+}
+
+void MapCanvas::drawGrid(QPainter& p) {
+  if (plane_.isWebMercator()) return;
+  const bool degrees = plane_.unit() == PlaneUnit::kDegrees;
+  const double unitsPerPx = 1.0 / (scale() * plane_.worldPerUnit());
+  const double spacing = niceScaleLengthM(kGridSpacingPx * unitsPerPx);
+  if (spacing <= 0.0) return;
+  const WorldPoint topLeft = worldFromScreen(QPointF(0, 0));
+  const WorldPoint bottomRight = worldFromScreen(QPointF(width(), height()));
+  const double e0 = std::ceil(plane_.eastingOf(topLeft.x) / spacing);
+  const double e1 = std::floor(plane_.eastingOf(bottomRight.x) / spacing);
+  const double n0 = std::ceil(plane_.northingOf(bottomRight.y) / spacing);
+  const double n1 = std::floor(plane_.northingOf(topLeft.y) / spacing);
+  if (e1 - e0 > kMaxGridLines || n1 - n0 > kMaxGridLines) return;
+  QFont font = p.font();
+  font.setPointSizeF(7.5);
+  p.setFont(font);
+  const QFontMetricsF metrics(font);
+  // A label that would be cut by the edge, or run into the other axis's labels, is left out.
+  const double northingColumn = metrics.horizontalAdvance(QString::fromStdString(
+                                    gridLabel(-std::max(std::fabs(n0), std::fabs(n1)) * spacing, spacing, degrees, false))) +
+                                16;
+  const double eastingRow = height() - kGridLabelRowPx;
+  auto label = [&](QRectF box, const QString& text) {
+    p.setPen(Qt::NoPen);
+    p.setBrush(QColor(255, 255, 255, 200));
+    p.drawRect(box);
+    p.setPen(kGridLabelColour);
+    p.drawText(box, Qt::AlignCenter, text);
+  };
+  p.setPen(QPen(kGridColour, 1));
+  for (double e = e0; e <= e1; ++e) {
+    const double x = screenFromWorld({e * spacing * plane_.worldPerUnit(), 0}).x();
+    p.drawLine(QPointF(x, 0), QPointF(x, height()));
+  }
+  for (double n = n0; n <= n1; ++n) {
+    const double y = screenFromWorld({0, -n * spacing * plane_.worldPerUnit()}).y();
+    p.drawLine(QPointF(0, y), QPointF(width(), y));
+  }
+  // Eastings in a row above the scale bar, northings down the right edge: clear of the
+  // projection's name and the scale bar.
+  for (double e = e0; e <= e1; ++e) {
+    const double x = screenFromWorld({e * spacing * plane_.worldPerUnit(), 0}).x();
+    const QString text = QString::fromStdString(gridLabel(e * spacing, spacing, degrees, true));
+    QRectF box = metrics.boundingRect(text).adjusted(-3, -1, 3, 1);
+    box.moveCenter(QPointF(x, eastingRow));
+    if (box.left() >= 2 && box.right() <= width() - northingColumn) label(box, text);
+  }
+  for (double n = n0; n <= n1; ++n) {
+    const double y = screenFromWorld({0, -n * spacing * plane_.worldPerUnit()}).y();
+    const QString text = QString::fromStdString(gridLabel(n * spacing, spacing, degrees, false));
+    QRectF box = metrics.boundingRect(text).adjusted(-3, -1, 3, 1);
+    box.moveCenter(QPointF(width() - 8 - box.width() / 2.0, y));
+    if (box.top() >= kGridLabelTopPx && box.bottom() <= eastingRow - 10) label(box, text);
+  }
+}
+
+void MapCanvas::drawPlaneName(QPainter& p) {
+  QString text = QString::fromStdString(plane_.name());
+  // Tiles exist in web Mercator only: say why the background went, instead of leaving it blank.
+  if (tilesHiddenByProjection()) text += tr("  \u2013  map tiles hidden: they fit web Mercator only");
+  QFont font = p.font();
+  font.setPointSizeF(8.5);
+  p.setFont(font);
+  const QRectF bounds = QFontMetricsF(font).boundingRect(text);
+  const QRectF box(8, 8, bounds.width() + 12, bounds.height() + 6);
+  p.setPen(QPen(QColor(120, 120, 120), 1));
+  p.setBrush(QColor(255, 255, 255, 215));
+  p.drawRoundedRect(box, 3, 3);
+  p.setPen(QColor(30, 30, 30));
+  p.drawText(box, Qt::AlignCenter, text);
 }
 
 void MapCanvas::drawTracks(QPainter& p) {
@@ -401,9 +525,7 @@ void MapCanvas::drawHoverThumbnail(QPainter& p) {
 }
 
 void MapCanvas::drawScaleBar(QPainter& p) {
-  double lat = 0.0, lon = 0.0;
-  geoAt(QPointF(width() / 2.0, height() / 2.0), lat, lon);
-  const double mpp = metresPerPixel(lat, zoom_);
+  const double mpp = plane_.groundMetresPerWorld(centre_) / scale();
   const double lengthM = niceScaleLengthM(kScaleBarMaxPx * mpp);
   if (lengthM <= 0.0) return;
   const double px = lengthM / mpp;
@@ -420,7 +542,7 @@ void MapCanvas::drawScaleBar(QPainter& p) {
 }
 
 void MapCanvas::drawAttribution(QPainter& p) {
-  if (tiles_ == nullptr || !tiles_->enabled()) return;
+  if (tiles_ == nullptr || !tiles_->enabled() || !plane_.isWebMercator()) return;
   const QString text = tiles_->attribution();
   if (text.isEmpty()) return;
   QFont font = p.font();
@@ -450,8 +572,8 @@ void MapCanvas::mouseMoveEvent(QMouseEvent* event) {
     lastMouse_ = at;
   }
   double lat = 0.0, lon = 0.0;
-  geoAt(at, lat, lon);
-  emit cursorMoved(lat, lon);
+  if (geoAt(at, lat, lon)) emit cursorMoved(lat, lon);
+  else emit cursorLeft();
   const TFoto* hovered = dragging_ ? nullptr : photoAt(at);
   if (hovered != hoveredPhoto_) {
     hoveredPhoto_ = hovered;

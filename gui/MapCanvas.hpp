@@ -1,8 +1,9 @@
 #pragma once
-// The map: tracks as polylines (one per segment), waypoints, routes and photos as markers over an
-// optional background of web map tiles, in the spherical Mercator of the tile servers. Pan with
-// the mouse or the arrow keys, zoom with the wheel or +/-, fit to the document with F (or Home).
-// Positions come from the document in the working datum and are shown in WGS 84.
+// The map: tracks as polylines (one per segment), waypoints, routes and photos as markers, drawn in
+// the projection the user chose (with a grid in its units) or, by default, in the spherical
+// Mercator of the tile servers over an optional background of web map tiles. Pan with the mouse or
+// the arrow keys, zoom with the wheel or +/-, fit to the document with F (or Home).
+// Positions come from the document in the working datum; the canvas speaks WGS 84 to the outside.
 
 #include <QPointF>
 #include <QPolygonF>
@@ -10,11 +11,14 @@
 #include <QSet>
 #include <QString>
 #include <QWidget>
+#include <memory>
 #include <vector>
 
+#include "gui/MapPlane.hpp"
 #include "gui/map_geometry.hpp"
 
 namespace pixtrail {
+class TProyeccion;
 class TVolGPS;
 class TFoto;
 }  // namespace pixtrail
@@ -43,6 +47,12 @@ class MapCanvas : public QWidget {
   void setHidden(const QSet<const void*>& hidden);
   void setThumbnails(ThumbnailCache* thumbnails);
   void setTileLayer(TileLayer* tiles);
+  // The projection to draw in (a copy is kept); null draws in web Mercator, the only plane tiles
+  // fit. The centre of the view stays where it was on the ground.
+  void setProjection(const TProyeccion* projection);
+  const MapPlane& plane() const { return plane_; }
+  // Whether tiles are wanted but cannot be drawn in this projection (the canvas says so).
+  bool tilesHiddenByProjection() const;
   void setSelectedTrack(const TVolGPS* track);
   void setSelectedPhoto(const TFoto* photo);
   const TFoto* selectedPhoto() const { return selectedPhoto_; }
@@ -52,9 +62,11 @@ class MapCanvas : public QWidget {
   void fitToDocument();
   void setView(double lat, double lon, double zoom);
   double zoom() const { return zoom_; }
-  void centre(double& lat, double& lon) const;
+  bool centre(double& lat, double& lon) const;
+  // Off the projection's domain: a point far outside the view.
   QPointF screenFromGeo(double lat, double lon) const;
-  void geoAt(const QPointF& screen, double& lat, double& lon) const;
+  // False where the projection has no position (beyond its domain).
+  bool geoAt(const QPointF& screen, double& lat, double& lon) const;
   // The photo whose marker is under a screen point, or null.
   const TFoto* photoAt(const QPointF& screen) const;
   const TFoto* hoveredPhoto() const { return hoveredPhoto_; }
@@ -108,6 +120,8 @@ class MapCanvas : public QWidget {
   QRectF documentBounds() const;  // world pixels, empty when nothing is shown
 
   void drawTiles(QPainter& p);
+  void drawGrid(QPainter& p);
+  void drawPlaneName(QPainter& p);
   void drawTracks(QPainter& p);
   void drawRoutes(QPainter& p);
   void drawWaypoints(QPainter& p);
@@ -120,6 +134,8 @@ class MapCanvas : public QWidget {
   Document* document_ = nullptr;
   ThumbnailCache* thumbnails_ = nullptr;
   TileLayer* tiles_ = nullptr;
+  std::unique_ptr<TProyeccion> projection_;  // as chosen; the plane may pin its zone
+  MapPlane plane_;
   std::vector<TrackShape> tracks_;
   std::vector<RouteShape> routes_;
   std::vector<PointShape> waypoints_;
@@ -133,7 +149,8 @@ class MapCanvas : public QWidget {
   WorldPoint centre_{kTileSizePx / 2.0, kTileSizePx / 2.0};
   double zoom_ = 2.0;
   bool dragging_ = false;
-  bool keepFitted_ = true;  // until the user moves the map, a resize fits the document again
+  bool keepFitted_ = true;
+  bool planeChosen_ = false;  // the next rebuild takes a new plane even if its name is the same  // until the user moves the map, a resize fits the document again
   QPointF lastMouse_;
   QPointF pressMouse_;
 };

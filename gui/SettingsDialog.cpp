@@ -8,7 +8,6 @@
 
 #include "app/Configuration.hpp"
 #include "coords/TListaDatums.hpp"
-#include "coords/TListaProyecciones.hpp"
 #include "gui/gui_text.hpp"
 
 namespace pixtrail::gui {
@@ -26,12 +25,7 @@ SettingsDialog::SettingsDialog(QWidget* parent) : QDialog(parent) {
                                ? config.angleFormat.get()
                                : 1);
   projection_ = new QComboBox(this);
-  projection_->addItem(tr("(none)"), QString());
-  const TListaProyecciones projections;
-  for (int i = 0; i < projections.size(); ++i) {
-    const QString name = fromLibrary(projections.projection(i).shortName());
-    projection_->addItem(name, name);
-  }
+  for (const auto& [label, value] : projectionChoices()) projection_->addItem(label, value);
   projection_->setCurrentIndex(std::max(0, projection_->findData(fromLibrary(config.displayProjection.get()))));
   tiles_ = new QCheckBox(tr("Show web map tiles under the tracks"), this);
   tiles_->setChecked(config.mapTiles);
@@ -44,7 +38,7 @@ SettingsDialog::SettingsDialog(QWidget* parent) : QDialog(parent) {
   auto* form = new QFormLayout(this);
   form->addRow(tr("Working datum"), datum_);
   form->addRow(tr("Coordinate format"), format_);
-  form->addRow(tr("Projection in the status bar"), projection_);
+  form->addRow(tr("Projection of the map"), projection_);
   form->addRow(tiles_);
   form->addRow(tr("Tile URL"), tileUrl_);
   form->addRow(tr("Attribution"), attribution_);

@@ -1,5 +1,6 @@
 #include "gui/TAForm_MultiGPS.hpp"
 
+#include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDockWidget>
@@ -25,6 +26,7 @@
 #include "gui/DatumListDialog.hpp"
 #include "gui/GeotagRunner.hpp"
 #include "gui/MapCanvas.hpp"
+#include "gui/PhotoFolderLoader.hpp"
 #include "gui/PhotoPropertiesDialog.hpp"
 #include "gui/ReceiverPanel.hpp"
 #include "gui/SettingsDialog.hpp"
@@ -62,6 +64,8 @@ TAForm_MultiGPS::TAForm_MultiGPS(QWidget* parent) : QMainWindow(parent) {
   setWindowTitle("Pixtrail");
   setAcceptDrops(true);
   thumbnails_ = new ThumbnailCache(ThumbnailCache::kDefaultLimitBytes, this);
+  loader_ = new PhotoFolderLoader(this);
+  document_.readPhotosLater = true;
   tiles_ = new TileLayer(this);
   canvas_ = new MapCanvas(this);
   canvas_->setDocument(&document_);
@@ -87,11 +91,23 @@ TAForm_MultiGPS::TAForm_MultiGPS(QWidget* parent) : QMainWindow(parent) {
     gridLabel_->clear();
   });
   connect(canvas_, &MapCanvas::photoClicked, this, &TAForm_MultiGPS::selectPhoto);
+  connect(loader_, &PhotoFolderLoader::photosRead, this, [this](bool anyPositioned) {
+    photoList_->model()->refresh();
+    if (anyPositioned) canvas_->rebuild();
+  });
+  connect(loader_, &PhotoFolderLoader::finished, this, [this](const QString& messages) {
+    if (!messages.isEmpty()) showMessage(tr("Open"), messages);
+  });
   applySettings();
   resize(1280, 800);
 }
 
-TAForm_MultiGPS::~TAForm_MultiGPS() = default;
+// The reader and the views that point into the document go before it.
+TAForm_MultiGPS::~TAForm_MultiGPS() {
+  loader_->cancel();
+  photoList_->setPhotos({});
+  canvas_->setDocument(nullptr);
+}
 
 void TAForm_MultiGPS::buildDocks() {
   tree_ = new QTreeWidget(this);
@@ -124,6 +140,7 @@ void TAForm_MultiGPS::buildDocks() {
   photoLayout->setContentsMargins(0, 0, 0, 0);
   photoOptions_ = new TFrame_Opciones_Fotos(photoBox);
   photoList_ = new TFrame_Lista_Fotos(thumbnails_, photoBox);
+  photoList_->setLoader(loader_);
   photoLayout->addWidget(photoOptions_);
   photoLayout->addWidget(photoList_, 1);
   auto* photoDock = new QDockWidget(tr("Photos"), this);
@@ -135,7 +152,7 @@ void TAForm_MultiGPS::buildDocks() {
     canvas_->setSelectedPhoto(photo);
   });
   connect(photoList_, &TFrame_Lista_Fotos::photoActivated, this, &TAForm_MultiGPS::showPhotoProperties);
-  resizeDocks({treeDock, photoDock}, {230, 430}, Qt::Horizontal);
+  resizeDocks({treeDock, photoDock}, {230, 460}, Qt::Horizontal);
   resizeDocks({trackDock}, {190}, Qt::Vertical);
 }
 
@@ -149,6 +166,7 @@ void TAForm_MultiGPS::buildMenus() {
   file->addAction(tr("Save &as..."), QKeySequence::SaveAs, this, &TAForm_MultiGPS::saveAsDialog);
   file->addSeparator();
   file->addAction(tr("&Close all"), this, [this] {
+    loader_->cancel();
     unsaved_.clear();
     document_.clear();
     documentChanged();
@@ -164,6 +182,19 @@ void TAForm_MultiGPS::buildMenus() {
     tiles_->setEnabled(on);
     canvas_->update();
   });
+
+  projectionMenu_ = view->addMenu(tr("&Projection"));
+  auto* projections = new QActionGroup(projectionMenu_);
+  for (const auto& [label, value] : projectionChoices()) {
+    QAction* action = projectionMenu_->addAction(label);
+    action->setCheckable(true);
+    action->setData(value);
+    projections->addAction(action);
+    connect(action, &QAction::triggered, this, [this, value] {
+      configuration().displayProjection.set(value.toLatin1().toStdString());
+      applySettings();
+    });
+  }
 
   QMenu* photos = menuBar()->addMenu(tr("&Photos"));
   photos->addAction(tr("&Geotag photos..."), QKeySequence(Qt::CTRL | Qt::Key_G), this, &TAForm_MultiGPS::runWizard);
@@ -189,8 +220,11 @@ void TAForm_MultiGPS::applySettings() {
     std::string ignored;
     projection_ = TListaProyecciones().create(config.displayProjection.get(), ignored);
   }
+  canvas_->setProjection(projection_.get());
+  if (projectionMenu_)
+    for (QAction* action : projectionMenu_->actions())
+      action->setChecked(action->data().toString().toLatin1().toStdString() == config.displayProjection.get());
   updateStatusFixed();
-  canvas_->update();
 }
 
 void TAForm_MultiGPS::updateStatusFixed() {
@@ -215,6 +249,7 @@ int TAForm_MultiGPS::openFiles(const QStringList& files) {
   std::string message;
   TrackFileSettings settings = trackFileSettingsFromConfiguration(message);
   int opened = 0;
+  const std::size_t groupsBefore = document_.photos.groups.size();
   QApplication::setOverrideCursor(Qt::WaitCursor);
   for (const QString& file : files) {
     OpenResult added;
@@ -226,6 +261,8 @@ int TAForm_MultiGPS::openFiles(const QStringList& files) {
     if (!fileMessage.empty()) appendMessage(message, fileMessage);
   }
   QApplication::restoreOverrideCursor();
+  for (std::size_t i = groupsBefore; i < document_.photos.groups.size(); ++i)
+    loader_->start(document_.photos.groups[i], document_.photos.gpsQuirks);
   if (opened > 0) {
     documentChanged();
     canvas_->fitToDocument();
@@ -394,6 +431,7 @@ void TAForm_MultiGPS::saveAsDialog() {
 void TAForm_MultiGPS::showSettings() {
   SettingsDialog dialog(this);
   if (dialog.exec() != QDialog::Accepted) return;
+  loader_->finish();  // photos read later would land in the old working datum
   std::string message;
   const TrackFileSettings settings = trackFileSettingsFromConfiguration(message);
   if (dialog.workingDatum() != datumTable().workingDatum()) {
@@ -406,6 +444,7 @@ void TAForm_MultiGPS::showSettings() {
 }
 
 void TAForm_MultiGPS::showDatums() {
+  loader_->finish();  // the worker reads the datum table
   DatumListDialog dialog(this);
   dialog.exec();
   updateStatusFixed();
@@ -424,6 +463,7 @@ TForm_wizard_fotos* TAForm_MultiGPS::startGeotagWizard() {
     showMessage(tr("Geotag photos"), tr("Open a track and a folder of photos first."));
     return nullptr;
   }
+  loader_->finish();  // every capture time is needed
   auto* wizard = new TForm_wizard_fotos(document_.photos.groups[0].folder, this);
   wizard->setAttribute(Qt::WA_DeleteOnClose);
   connect(wizard, &TForm_wizard_fotos::offsetPreview, this, &TAForm_MultiGPS::previewOffset);
@@ -488,6 +528,7 @@ void TAForm_MultiGPS::closeEvent(QCloseEvent* event) {
     event->ignore();
     return;
   }
+  loader_->cancel();
   thumbnails_->waitForIdle();
   event->accept();
 }

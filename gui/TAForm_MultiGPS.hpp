@@ -24,6 +24,7 @@ class TProyeccion;
 namespace pixtrail::gui {
 
 class MapCanvas;
+class PhotoFolderLoader;
 class ThumbnailCache;
 class TileLayer;
 class TrackPanel;
@@ -57,6 +58,7 @@ class TAForm_MultiGPS : public QMainWindow {
   TFrame_Opciones_Fotos* photoOptions() const { return photoOptions_; }
   TileLayer* tiles() const { return tiles_; }
   ThumbnailCache* thumbnails() const { return thumbnails_; }
+  PhotoFolderLoader* photoLoader() const { return loader_; }
   // The last messages shown to the user (also shown in a message box).
   const QString& lastMessage() const { return lastMessage_; }
   QString statusText() const;  // datum, format and position, as the status bar shows them
@@ -106,11 +108,13 @@ class TAForm_MultiGPS : public QMainWindow {
   TFrame_Opciones_Fotos* photoOptions_ = nullptr;
   TileLayer* tiles_ = nullptr;
   ThumbnailCache* thumbnails_ = nullptr;
+  PhotoFolderLoader* loader_ = nullptr;
   QLabel* datumLabel_ = nullptr;
   QLabel* formatLabel_ = nullptr;
   QLabel* positionLabel_ = nullptr;
   QLabel* gridLabel_ = nullptr;
   QMenu* recentMenu_ = nullptr;
+  QMenu* projectionMenu_ = nullptr;
   QAction* tilesAction_ = nullptr;
   std::unique_ptr<TProyeccion> projection_;
   QSet<const void*> hidden_;

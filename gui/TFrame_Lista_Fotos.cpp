@@ -3,16 +3,39 @@
 #include <QHeaderView>
 #include <QPainter>
 #include <QPixmap>
+#include <QStyle>
+#include <QStyledItemDelegate>
+#include <algorithm>
 #include <QTreeView>
 #include <QVBoxLayout>
 
 #include "app/Configuration.hpp"
 #include "coords/TListaDatums.hpp"
+#include "coords/coordinate_text.hpp"
+#include "gui/PhotoFolderLoader.hpp"
 #include "gui/ThumbnailCache.hpp"
 #include "gui/gui_text.hpp"
 #include "photos/TCjtoFotos.hpp"
 
 namespace pixtrail::gui {
+
+namespace {
+
+// The thumbnail above its file name: the name column is then as wide as the thumbnail, not the
+// two side by side, and the time and position keep their room in a dock of a normal window.
+class ThumbnailAboveNameDelegate : public QStyledItemDelegate {
+ public:
+  using QStyledItemDelegate::QStyledItemDelegate;
+
+ protected:
+  void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
+    QStyledItemDelegate::initStyleOption(option, index);
+    option->decorationPosition = QStyleOptionViewItem::Top;
+    option->displayAlignment = Qt::AlignHCenter | Qt::AlignTop;
+  }
+};
+
+}  // namespace
 
 PhotoListModel::PhotoListModel(ThumbnailCache* thumbnails, QObject* parent)
     : QAbstractTableModel(parent), thumbnails_(thumbnails) {
@@ -26,6 +49,10 @@ void PhotoListModel::setPhotos(std::vector<TFoto*> photos) {
   for (int row = 0; row < static_cast<int>(photos_.size()); ++row)
     rowByFile_.insert(QString::fromStdString(photos_[static_cast<std::size_t>(row)]->fileName.string()), row);
   endResetModel();
+}
+
+void PhotoListModel::refresh() {
+  if (!photos_.empty()) emit dataChanged(index(0, 0), index(rowCount() - 1, kColumnCount - 1));
 }
 
 void PhotoListModel::setThumbnailEdge(int px) {
@@ -49,32 +76,49 @@ int PhotoListModel::rowCount(const QModelIndex& parent) const {
 
 int PhotoListModel::columnCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : kColumnCount; }
 
+bool PhotoListModel::pending(const TFoto& photo) const { return loader_ && loader_->isPending(&photo); }
+
 QString PhotoListModel::statusText(const TFoto& photo) {
   if (!photo.readable) return tr("Unreadable: %1").arg(fromLibrary(photo.loadMessage));
   if (!photo.hasTime) return tr("No time");
   return photo.hasPosition ? tr("Positioned") : tr("No position");
 }
 
+// The cell's text; `full` for the tooltip, which may take more room than the column.
+QVariant PhotoListModel::text(const TFoto& p, int column, bool full) const {
+  const QString lineBreak = full ? "  " : "\n";
+  switch (column) {
+    case kName: return full ? QString::fromStdString(p.fileName.string()) : QString::fromStdString(p.name());
+    case kTime: {
+      if (pending(p)) return QString::fromUtf8("\u2026");
+      if (!p.hasTime) return QString("-");
+      QString text = dateTimeText(p.time);
+      return full ? text : text.replace(' ', lineBreak);
+    }
+    case kPosition: {
+      if (!p.hasPosition) return pending(p) ? QString() : QString("-");
+      TCoord working = p.position;
+      std::string ignored;
+      datumTable().Transforma_Grados_Datum(working, p.datum, kWorkingDatum, ignored);
+      const int format = configuration().angleFormat;
+      QString text = fromLibrary(latitudeText(working.lat, format)) + lineBreak +
+                     fromLibrary(longitudeText(working.lon, format));
+      if (full) text += "  (" + fromLibrary(datumTable().datum(kWorkingDatum).name) + ")";
+      return text;
+    }
+    case kStatus: return pending(p) ? tr("Reading") : statusText(p);
+    default: return {};
+  }
+}
+
 QVariant PhotoListModel::data(const QModelIndex& index, int role) const {
   const TFoto* p = photo(index.row());
   if (p == nullptr) return {};
-  if (role == Qt::DisplayRole) {
-    switch (index.column()) {
-      case kName: return QString::fromStdString(p->name());
-      case kTime: return p->hasTime ? dateTimeText(p->time) : QString("-");
-      case kPosition: {
-        if (!p->hasPosition) return QString("-");
-        TCoord working = p->position;
-        std::string ignored;
-        datumTable().Transforma_Grados_Datum(working, p->datum, kWorkingDatum, ignored);
-        return positionText(working.lat, working.lon, configuration().angleFormat);
-      }
-      case kStatus: return statusText(*p);
-      default: return {};
-    }
-  }
+  if (role == Qt::DisplayRole) return text(*p, index.column(), false);
+  if (role == Qt::ToolTipRole) return text(*p, index.column(), true);
   if (role == Qt::DecorationRole && index.column() == kName) {
-    const QImage image = thumbnails_->thumbnail(*p);
+    // A photo not read yet may still hold an EXIF thumbnail: no full decode is started for it.
+    const QImage image = pending(*p) ? QImage() : thumbnails_->thumbnail(*p);
     // Every row keeps the same height while its thumbnail is on its way.
     QPixmap cell(edgePx_, edgePx_ * 3 / 4);
     cell.fill(Qt::transparent);
@@ -87,7 +131,6 @@ QVariant PhotoListModel::data(const QModelIndex& index, int role) const {
     }
     return cell;
   }
-  if (role == Qt::ToolTipRole) return QString::fromStdString(p->fileName.string());
   return {};
 }
 
@@ -119,7 +162,20 @@ TFrame_Lista_Fotos::TFrame_Lista_Fotos(ThumbnailCache* thumbnails, QWidget* pare
   view_->setSelectionMode(QAbstractItemView::SingleSelection);
   view_->setSelectionBehavior(QAbstractItemView::SelectRows);
   view_->setModel(model_);
-  view_->header()->setSectionResizeMode(PhotoListModel::kName, QHeaderView::Interactive);
+  view_->setItemDelegateForColumn(PhotoListModel::kName, new ThumbnailAboveNameDelegate(view_));
+  view_->setTextElideMode(Qt::ElideMiddle);  // both ends of a file name or a message tell most
+  // Widths from the font, never from the rows: measuring 20 000 rows would hold the window up.
+  QHeaderView* header = view_->header();
+  header->setStretchLastSection(false);
+  header->setMinimumSectionSize(40);
+  const QFontMetrics metrics(view_->font());
+  const int padding = 2 * view_->style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 8;
+  header->setSectionResizeMode(PhotoListModel::kName, QHeaderView::Interactive);
+  header->setSectionResizeMode(PhotoListModel::kTime, QHeaderView::Interactive);
+  view_->setColumnWidth(PhotoListModel::kTime, metrics.horizontalAdvance("0000-00-00") + padding);
+  header->setSectionResizeMode(PhotoListModel::kPosition, QHeaderView::Stretch);
+  header->setSectionResizeMode(PhotoListModel::kStatus, QHeaderView::Interactive);
+  view_->setColumnWidth(PhotoListModel::kStatus, metrics.horizontalAdvance(tr("No position")) + padding);
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
   layout->addWidget(view_);
@@ -131,15 +187,14 @@ TFrame_Lista_Fotos::TFrame_Lista_Fotos(ThumbnailCache* thumbnails, QWidget* pare
 
 void TFrame_Lista_Fotos::setPhotos(std::vector<TFoto*> photos) {
   model_->setPhotos(std::move(photos));
-  view_->resizeColumnToContents(PhotoListModel::kTime);
-  view_->resizeColumnToContents(PhotoListModel::kPosition);
 }
 
 void TFrame_Lista_Fotos::setThumbnailPercent(int percent) {
   const int edge = ThumbnailCache::kMaxEdgePx * percent / 100;
   model_->setThumbnailEdge(edge);
   view_->setIconSize(QSize(edge, edge * 3 / 4));
-  view_->setColumnWidth(PhotoListModel::kName, edge + 120);
+  const int nameWidth = QFontMetrics(view_->font()).horizontalAdvance("IMG_0000.jpg");
+  view_->setColumnWidth(PhotoListModel::kName, std::max(edge, nameWidth) + 10);
 }
 
 void TFrame_Lista_Fotos::selectPhoto(const TFoto* photo) {

@@ -1,7 +1,9 @@
 #pragma once
 // The photo list: thumbnail, file name, capture time, position and status of every photo of the
 // document. The model asks the thumbnail cache only for the rows the view shows, so a folder of
-// thousands of photos is listed at once and its thumbnails fill in behind.
+// thousands of photos is listed at once and its thumbnails fill in behind. The columns fit a dock
+// of a normal window: time and position take two short lines each, long texts are elided and
+// every cell's tooltip gives the whole text.
 
 #include <QAbstractTableModel>
 #include <QHash>
@@ -16,6 +18,7 @@ class TFoto;
 
 namespace pixtrail::gui {
 
+class PhotoFolderLoader;
 class ThumbnailCache;
 
 class PhotoListModel : public QAbstractTableModel {
@@ -24,7 +27,11 @@ class PhotoListModel : public QAbstractTableModel {
   enum Column { kName = 0, kTime, kPosition, kStatus, kColumnCount };
 
   explicit PhotoListModel(ThumbnailCache* thumbnails, QObject* parent = nullptr);
+  // Rows whose photos the loader has not read yet show that, and ask for no thumbnail.
+  void setLoader(const PhotoFolderLoader* loader) { loader_ = loader; }
   void setPhotos(std::vector<TFoto*> photos);
+  // Photos were read or changed: every row's texts again (the view repaints only what it shows).
+  void refresh();
   void setThumbnailEdge(int px);
   int thumbnailEdge() const { return edgePx_; }
   const TFoto* photo(int row) const;
@@ -40,8 +47,11 @@ class PhotoListModel : public QAbstractTableModel {
 
  private:
   void thumbnailReady(const QString& file);
+  bool pending(const TFoto& photo) const;
+  QVariant text(const TFoto& photo, int column, bool full) const;
 
   ThumbnailCache* thumbnails_;
+  const PhotoFolderLoader* loader_ = nullptr;
   std::vector<TFoto*> photos_;
   QHash<QString, int> rowByFile_;
   int edgePx_ = 80;
@@ -51,6 +61,7 @@ class TFrame_Lista_Fotos : public QWidget {
   Q_OBJECT
  public:
   explicit TFrame_Lista_Fotos(ThumbnailCache* thumbnails, QWidget* parent = nullptr);
+  void setLoader(const PhotoFolderLoader* loader) { model_->setLoader(loader); }
   void setPhotos(std::vector<TFoto*> photos);
   void setThumbnailPercent(int percent);
   void selectPhoto(const TFoto* photo);

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "coords/TProyeccion.hpp"
+#include "coords/TListaProyecciones.hpp"
 #include "coords/coordinate_text.hpp"
 
 namespace pixtrail::gui {
@@ -39,6 +39,16 @@ QString projectedText(const TProyeccion& projection, const TCoord& working) {
   const QString name = fromLibrary(projection.shortName());
   const bool degrees = projection.unit() == PlaneUnit::kDegrees;
   return QString("%1  E %2  N %3").arg(name).arg(grid.x, 0, 'f', degrees ? 7 : 1).arg(grid.y, 0, 'f', degrees ? 7 : 1);
+}
+
+QList<QPair<QString, QString>> projectionChoices() {
+  QList<QPair<QString, QString>> out{{QStringLiteral("Web Mercator (map tiles)"), QString()}};
+  const TListaProyecciones projections;
+  for (int i = 0; i < projections.size(); ++i) {
+    const QString name = fromLibrary(projections.projection(i).shortName());
+    out.append({name, name});
+  }
+  return out;
 }
 
 QString dateTimeText(const DateTimeRecord& time) {

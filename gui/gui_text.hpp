@@ -2,6 +2,8 @@
 // The library's texts as the window shows them: the library speaks 8-bit Latin-1 (the degree
 // mark is byte 0xBA), the window speaks Unicode; the conversion happens here and nowhere else.
 
+#include <QList>
+#include <QPair>
 #include <QString>
 
 #include "core/DateTimeRecord.hpp"
@@ -23,6 +25,9 @@ QString positionText(double lat, double lon, int format);
 // The position in a projection: "30T 440123 4474567" for UTM, "E 123.4 N 567.8" otherwise;
 // the projection's message when it cannot project the point.
 QString projectedText(const TProyeccion& projection, const TCoord& working);
+// The projections the map and the status bar can use, as (label, setting value) pairs: web
+// Mercator first (an empty value), then the registry's in its order.
+QList<QPair<QString, QString>> projectionChoices();
 // "2024-05-18 10:31:07" or "-" for an empty or invalid record.
 QString dateTimeText(const DateTimeRecord& time);
 QString dateTimeText(DateTimeValue value);

@@ -52,6 +52,22 @@ std::string lengthLabel(double metres) {
   return text;
 }
 
+std::string gridLabel(double value, double spacing, bool degrees, bool easting) {
+  const int decimals = spacing > 0.0 ? std::clamp(static_cast<int>(-std::floor(std::log10(spacing) + 1e-9)), 0, 8) : 0;
+  char text[64];
+  if (degrees) {
+    const char hemisphere = easting ? (value < 0 ? 'W' : 'E') : (value < 0 ? 'S' : 'N');
+    std::snprintf(text, sizeof text, "%.*f\xC2\xB0 %c", decimals, std::fabs(value), hemisphere);
+    return text;
+  }
+  std::snprintf(text, sizeof text, "%.*f", decimals, std::fabs(value));
+  // Thousands apart by spaces: a long row of digits is misread at a glance.
+  std::string digits = text;
+  const std::size_t point = std::min(digits.find('.'), digits.size());
+  for (std::size_t at = point; at > 3; at -= 3) digits.insert(at - 3, " ");
+  return (value < 0 ? "-" : "") + digits + (easting ? " E" : " N");
+}
+
 bool tileUrl(std::string_view urlTemplate, int z, int x, int y, std::string& url) {
   std::string out(urlTemplate);
   bool seenZ = false, seenX = false, seenY = false;

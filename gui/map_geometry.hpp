@@ -28,6 +28,9 @@ double metresPerPixel(double lat, double zoom);
 double niceScaleLengthM(double maxM);
 // "500 m", "2 km", "1.5 km" style label of a length.
 std::string lengthLabel(double metres);
+// A grid line's label in the plane's units, with as many decimals as the spacing needs: metres in
+// groups of three ("4 474 000 N", "441 500 E"), degrees with their hemisphere ("40.25° N", "3.5° W").
+std::string gridLabel(double value, double spacing, bool degrees, bool easting);
 // A tile address from a template with {z}, {x} and {y} (and an optional {s} server letter);
 // false when the template lacks one of the three.
 bool tileUrl(std::string_view urlTemplate, int z, int x, int y, std::string& url);

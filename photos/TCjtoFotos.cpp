@@ -112,7 +112,7 @@ std::string TFoto::panelDescription() const {
   return text;
 }
 
-TFotos* TCjtoFotos::LoadFolder(const std::filesystem::path& folder, std::string& message) {
+TFotos* TCjtoFotos::LoadFolder(const std::filesystem::path& folder, std::string& message, bool readPhotos) {
   std::vector<std::filesystem::path> files;
   std::error_code ec;
   for (const auto& entry : std::filesystem::directory_iterator(folder, ec)) {
@@ -130,8 +130,9 @@ TFotos* TCjtoFotos::LoadFolder(const std::filesystem::path& folder, std::string&
   for (const auto& file : files) {
     auto photo = std::make_unique<TFoto>();
     photo->exif.setGpsQuirks(gpsQuirks);
+    photo->fileName = file;
     std::string photoMessage;
-    if (!photo->load(file, photoMessage)) appendMessage(message, file.filename().string() + ": " + photoMessage);
+    if (readPhotos && !photo->load(file, photoMessage)) appendMessage(message, file.filename().string() + ": " + photoMessage);
     group->photos.add(std::move(photo));
   }
   return &groups.add(std::move(group));

@@ -82,8 +82,9 @@ class TCjtoFotos {
   GpsQuirks gpsQuirks = GpsQuirks::Safe;  // how the photos' GPS entries are read and written
 
   // Every file of the folder whose extension is "jpg" in any case, in name order. Photos whose
-  // EXIF cannot be read are kept (without time) and their messages gathered.
-  TFotos* LoadFolder(const std::filesystem::path& folder, std::string& message);
+  // EXIF cannot be read are kept (without time) and their messages gathered. Without `readPhotos`
+  // the photos only get their file names, for a caller that reads them later (TFoto::load).
+  TFotos* LoadFolder(const std::filesystem::path& folder, std::string& message, bool readPhotos = true);
 
   // Places one photo on the track at its capture time plus the clock offset.
   Placement placePhoto(TFoto& photo, TVolGPS& track, const TrackSettings& settings) const;

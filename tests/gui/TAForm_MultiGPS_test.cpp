@@ -15,6 +15,7 @@
 
 #include "app/Configuration.hpp"
 #include "gui/MapCanvas.hpp"
+#include "gui/PhotoFolderLoader.hpp"
 #include "gui/TFrame_Lista_Fotos.hpp"
 #include "gui/TFrame_Opciones_Fotos.hpp"
 #include "gui/ThumbnailCache.hpp"
@@ -69,8 +70,9 @@ TEST_F(MainWindow, ShowsTheTrackAndThePhotosWhereTheyWereTaken) {
   ASSERT_EQ(window_.tree()->topLevelItemCount(), 2);  // Tracks, Fotos
   EXPECT_EQ(window_.tree()->topLevelItem(1)->text(0), "Fotos");
   const int tagged = static_cast<int>(window_.document().allPhotos().size());
+  EXPECT_EQ(window_.photoList()->model()->rowCount(), tagged);  // listed before they are read
+  ASSERT_TRUE(test::waitFor([&] { return !window_.photoLoader()->isLoading(); }));
   EXPECT_EQ(window_.canvas()->photoMarkerCount(), tagged);
-  EXPECT_EQ(window_.photoList()->model()->rowCount(), tagged);
   ASSERT_TRUE(test::waitFor([&] {
     for (const TFoto* p : window_.document().allPhotos()) window_.thumbnails()->thumbnail(*p);
     return window_.thumbnails()->pendingCount() == 0;
@@ -148,6 +150,7 @@ TEST_F(MainWindow, DroppedFilesOpenAndAreRemembered) {
   QMimeData data;
   data.setUrls({QUrl::fromLocalFile(track()), QUrl::fromLocalFile(QString::fromStdString(photos.string()))});
   EXPECT_EQ(window_.openDropped(data), 2);
+  ASSERT_TRUE(test::waitFor([&] { return !window_.photoLoader()->isLoading(); }));
   EXPECT_EQ(window_.document().tracks.size(), 1u);
   EXPECT_EQ(window_.document().photos.groups.size(), 1u);
   const QStringList recent = window_.recentFiles();
@@ -208,6 +211,7 @@ TEST_F(MainWindow, TrackPanelSummarisesTheSelectedTrack) {
 TEST_F(MainWindow, PhotoListAtTheThreeThumbnailSizes) {
   const fs::path photos = taggedPhotos(temp_);
   ASSERT_EQ(window_.openFiles({QString::fromStdString(photos.string())}), 1);
+  ASSERT_TRUE(test::waitFor([&] { return !window_.photoLoader()->isLoading(); }));
   QWidget* list = window_.photoList();
   int previousRowHeight = 0;
   for (const int percent : TFrame_Opciones_Fotos::kPercents) {

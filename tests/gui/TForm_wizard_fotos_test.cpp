@@ -18,6 +18,7 @@
 
 #include "gui/GeotagRunner.hpp"
 #include "gui/MapCanvas.hpp"
+#include "gui/PhotoFolderLoader.hpp"
 #include "gui/TAForm_MultiGPS.hpp"
 #include "gui_test_support.hpp"
 #include "tests/support/test_support.hpp"
@@ -259,6 +260,7 @@ TEST(GeotagRun, CancelStopsBetweenBatchesAndLeavesOnlyWholePhotos) {
   TAForm_MultiGPS window;
   window.openFiles({QString::fromStdString((test::samplesDir() / "retiro-walk.trk").string()),
                     QString::fromStdString(photos.string())});
+  window.photoLoader()->finish();
   GeotagOptions options;
   options.offsetSeconds = -3600.0;
   options.outDir = temp / "out";

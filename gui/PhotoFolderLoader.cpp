@@ -1,0 +1,113 @@
+#include "gui/PhotoFolderLoader.hpp"
+
+#include <QMetaObject>
+#include <chrono>
+#include <exception>
+
+#include "core/messages.hpp"
+
+namespace pixtrail::gui {
+
+namespace {
+// Batches are handed over this often, so the list fills in visibly without an update per photo.
+constexpr auto kBatchInterval = std::chrono::milliseconds(60);
+}  // namespace
+
+PhotoFolderLoader::PhotoFolderLoader(QObject* parent) : QObject(parent) {}
+
+PhotoFolderLoader::~PhotoFolderLoader() { stopWorker(); }
+
+void PhotoFolderLoader::start(TFotos& group, GpsQuirks quirks) {
+  const std::lock_guard lock(mutex_);
+  for (TFoto& photo : group.photos) {
+    jobs_.push_back({&photo, photo.fileName, quirks});
+    pending_.insert(&photo);
+  }
+  if (running_ || jobs_.empty()) return;
+  if (worker_.joinable()) worker_.join();  // a worker that ran out of work and is gone
+  stop_ = false;
+  running_ = true;
+  worker_ = std::thread([this] { work(); });
+}
+
+void PhotoFolderLoader::work() {
+  auto lastHandOver = std::chrono::steady_clock::now();
+  for (;;) {
+    Job job;
+    {
+      const std::lock_guard lock(mutex_);
+      if (stop_ || jobs_.empty()) {
+        running_ = false;
+        if (!drainPosted_ && !done_.empty()) {
+          drainPosted_ = true;
+          QMetaObject::invokeMethod(this, &PhotoFolderLoader::drain, Qt::QueuedConnection);
+        }
+        return;
+      }
+      job = std::move(jobs_.front());
+      jobs_.pop_front();
+    }
+    Read read{job.target, std::make_unique<TFoto>(), {}};
+    read.photo->exif.setGpsQuirks(job.quirks);
+    try {
+      if (!read.photo->load(job.file, read.message)) read.message = job.file.filename().string() + ": " + read.message;
+    } catch (const std::exception& e) {  // a damaged photo is reported, never the end of the window
+      read.photo->fileName = job.file;
+      read.photo->readable = false;
+      read.photo->loadMessage = std::string("Error reading the photo: ") + e.what();
+      read.message = job.file.filename().string() + ": " + read.photo->loadMessage;
+    }
+    const auto now = std::chrono::steady_clock::now();
+    const std::lock_guard lock(mutex_);
+    done_.push_back(std::move(read));
+    if (!drainPosted_ && (now - lastHandOver >= kBatchInterval || jobs_.empty())) {
+      drainPosted_ = true;
+      lastHandOver = now;
+      QMetaObject::invokeMethod(this, &PhotoFolderLoader::drain, Qt::QueuedConnection);
+    }
+  }
+}
+
+void PhotoFolderLoader::drain() {
+  std::vector<Read> batch;
+  {
+    const std::lock_guard lock(mutex_);
+    batch.swap(done_);
+    drainPosted_ = false;
+  }
+  bool anyPositioned = false;
+  for (Read& read : batch) {
+    if (pending_.erase(read.target) == 0) continue;  // cancelled meanwhile
+    *read.target = std::move(*read.photo);
+    anyPositioned = anyPositioned || read.target->hasPosition;
+    if (!read.message.empty()) appendMessage(messages_, read.message);
+  }
+  if (!batch.empty()) emit photosRead(anyPositioned);
+  if (pending_.empty() && !batch.empty()) {
+    if (worker_.joinable()) worker_.join();
+    const QString messages = QString::fromLatin1(messages_.c_str());
+    messages_.clear();
+    emit finished(messages);
+  }
+}
+
+void PhotoFolderLoader::finish() {
+  if (worker_.joinable()) worker_.join();  // reads the rest; nothing else stops it
+  drain();
+}
+
+void PhotoFolderLoader::stopWorker() {
+  stop_ = true;
+  if (worker_.joinable()) worker_.join();
+}
+
+void PhotoFolderLoader::cancel() {
+  stopWorker();
+  const std::lock_guard lock(mutex_);
+  jobs_.clear();
+  done_.clear();
+  pending_.clear();
+  messages_.clear();
+}
+
+}  // namespace pixtrail::gui
