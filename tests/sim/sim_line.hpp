@@ -1,6 +1,6 @@
 #pragma once
 // The serial line between a host and a simulated unit: a pseudo-terminal whose far end the unit
-// keeps raw, and the near end opened as the program opens a serial port.
+// keeps raw, whole reads and writes on it, and the near end opened as the program opens a port.
 #include <fcntl.h>
 #include <termios.h>
 #include <unistd.h>
@@ -8,6 +8,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "devices/TPuertoCom.hpp"
 
@@ -23,6 +24,26 @@ inline int holdRawLine(const std::string& path) {
     ::tcsetattr(fd, TCSANOW, &tio);
   }
   return fd;
+}
+
+// Whole reads and writes on a descriptor, whatever pieces the system moves at a time.
+inline bool readAll(int fd, char* out, std::size_t n) {
+  while (n > 0) {
+    const ssize_t got = ::read(fd, out, n);
+    if (got <= 0) return false;
+    out += got;
+    n -= static_cast<std::size_t>(got);
+  }
+  return true;
+}
+
+inline bool writeAll(int fd, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t done = ::write(fd, bytes.data(), bytes.size());
+    if (done <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(done));
+  }
+  return true;
 }
 
 // The host's end, opened as the program opens a serial port.

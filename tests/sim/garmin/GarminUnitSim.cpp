@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "core/byte_order.hpp"
+#include "tests/sim/sim_line.hpp"
 
 namespace pixtrail::sim {
 
@@ -32,48 +33,34 @@ constexpr std::uint32_t kStartTime = 1717228800u - 631065600u;
 GarminWaypoint wire(int type, const GarminWaypoint& w) { return decodeWaypoint(type, encodeWaypoint(type, w)); }
 
 std::vector<GarminWaypoint> sampleWaypoints(int type) {
+  const struct {
+    const char* ident;
+    const char* comment;
+    double lat, lon;
+    float altM;
+    std::uint16_t symbol;
+  } rows[] = {
+      {"CAMP.01", "NEAR THE LAKE", 42.6, 1.45, 1650.0f, 151},  // fixed-length names keep "CAMP"
+      {"WRECK", "ON THE ANTIMERIDIAN", -16.5, 180.0, 0.0f, 19},
+      {"DLE16", "BYTES OF 0x10", semicirclesToDegrees(0x10101010), semicirclesToDegrees(0x10101010), 16.0f, 16},
+      {"PEAK", "CHECKSUM", semicirclesToDegrees(520000000), 0.0, 3404.0f, 8246},
+  };
   std::vector<GarminWaypoint> list;
-  GarminWaypoint camp;
-  camp.ident = "CAMP.01";  // fixed-length names keep "CAMP"
-  camp.comment = "NEAR THE LAKE";
-  camp.lat = 42.6;
-  camp.lon = 1.45;
-  camp.altM = 1650.0f;
-  camp.symbol = 151;
-  camp.time = kStartTime;
-  list.push_back(camp);
-
-  GarminWaypoint wreck;
-  wreck.ident = "WRECK";
-  wreck.comment = "ON THE ANTIMERIDIAN";
-  wreck.lat = -16.5;
-  wreck.lon = 180.0;
-  wreck.altM = 0.0f;
-  wreck.symbol = 19;
-  list.push_back(wreck);
-
-  GarminWaypoint dle;
-  dle.ident = "DLE16";
-  dle.comment = "BYTES OF 0x10";
-  dle.lat = semicirclesToDegrees(0x10101010);
-  dle.lon = semicirclesToDegrees(0x10101010);
-  dle.altM = 16.0f;
-  dle.symbol = 16;
-  list.push_back(dle);
-
-  // The longitude's low byte is chosen so that the serial checksum of this record is 0x10.
-  GarminWaypoint peak;
-  peak.ident = "PEAK";
-  peak.comment = "CHECKSUM";
-  peak.altM = 3404.0f;
-  peak.symbol = 8246;
-  peak.lat = semicirclesToDegrees(520000000);
-  for (std::int32_t low = 0; low < 256; ++low) {
-    peak.lon = semicirclesToDegrees(-37000000 * 4 + low);
-    if (serialChecksum(kWptData, encodeWaypoint(type, peak)) == 0x10) break;
+  for (const auto& r : rows) {
+    GarminWaypoint& w = list.emplace_back();
+    w.ident = r.ident;
+    w.comment = r.comment;
+    w.lat = r.lat;
+    w.lon = r.lon;
+    w.altM = r.altM;
+    w.symbol = r.symbol;
   }
-  list.push_back(peak);
-
+  list[0].time = kStartTime;
+  // The peak's longitude has its low byte chosen so that the serial checksum of its record is 0x10.
+  for (std::int32_t low = 0; low < 256; ++low) {
+    list[3].lon = semicirclesToDegrees(-37000000 * 4 + low);
+    if (serialChecksum(kWptData, encodeWaypoint(type, list[3])) == 0x10) break;
+  }
   for (auto& w : list) w = wire(type, w);
   return list;
 }
@@ -485,25 +472,6 @@ std::string SimUsbEndpoints::readBulk() {
   std::string front = std::move(bulk_.front());
   bulk_.pop_front();
   return front;
-}
-
-bool readAll(int fd, char* out, std::size_t n) {
-  while (n > 0) {
-    const ssize_t got = ::read(fd, out, n);
-    if (got <= 0) return false;
-    out += got;
-    n -= static_cast<std::size_t>(got);
-  }
-  return true;
-}
-
-bool writeAll(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t done = ::write(fd, bytes.data(), bytes.size());
-    if (done <= 0) return false;
-    bytes.remove_prefix(static_cast<std::size_t>(done));
-  }
-  return true;
 }
 
 }  // namespace pixtrail::sim

@@ -125,8 +125,5 @@ class SimUsbEndpoints {
   bool lastPieceFull_ = false;
 };
 
-// Whole reads and writes on a descriptor, whatever pieces the system moves at a time.
-bool readAll(int fd, char* out, std::size_t n);
-bool writeAll(int fd, std::string_view bytes);
 
 }  // namespace pixtrail::sim

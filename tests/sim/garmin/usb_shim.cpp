@@ -12,33 +12,18 @@
 #include <cstring>
 #include <new>
 
+#include "tests/sim/sim_line.hpp"
+
 namespace {
+
+using pixtrail::sim::readAll;
+using pixtrail::sim::writeAll;
 
 int gSocket = -1;
 libusb_device* const kDevice = reinterpret_cast<libusb_device*>(0x1000);
 libusb_device_handle* const kHandle = reinterpret_cast<libusb_device_handle*>(0x2000);
 libusb_context* const kContext = reinterpret_cast<libusb_context*>(0x3000);
 constexpr unsigned char kInterruptIn = 0x83, kBulkIn = 0x81, kBulkOut = 0x02;
-
-bool readAll(char* out, std::size_t n) {
-  while (n > 0) {
-    const ssize_t got = ::read(gSocket, out, n);
-    if (got <= 0) return false;
-    out += got;
-    n -= static_cast<std::size_t>(got);
-  }
-  return true;
-}
-
-bool writeAll(const char* bytes, std::size_t n) {
-  while (n > 0) {
-    const ssize_t done = ::write(gSocket, bytes, n);
-    if (done <= 0) return false;
-    bytes += done;
-    n -= static_cast<std::size_t>(done);
-  }
-  return true;
-}
 
 void putU32(char* p, std::uint32_t v) {
   for (int i = 0; i < 4; ++i) p[i] = static_cast<char>((v >> (8 * i)) & 0xFF);
@@ -51,15 +36,15 @@ int transfer(std::uint8_t op, unsigned char* data, int length, int* transferred,
   header[0] = static_cast<char>(op);
   putU32(header + 1, static_cast<std::uint32_t>(length));
   putU32(header + 5, timeout);
-  if (!writeAll(header, sizeof header)) return LIBUSB_ERROR_IO;
-  if (op == 3 && length > 0 && !writeAll(reinterpret_cast<const char*>(data), static_cast<std::size_t>(length)))
+  if (!writeAll(gSocket, {header, sizeof header})) return LIBUSB_ERROR_IO;
+  if (op == 3 && length > 0 && !writeAll(gSocket, {reinterpret_cast<const char*>(data), static_cast<std::size_t>(length)}))
     return LIBUSB_ERROR_IO;
   char resultBytes[4];
-  if (!readAll(resultBytes, 4)) return LIBUSB_ERROR_IO;
+  if (!readAll(gSocket, resultBytes, 4)) return LIBUSB_ERROR_IO;
   std::int32_t result = 0;
   for (int i = 0; i < 4; ++i) result |= static_cast<std::int32_t>(static_cast<unsigned char>(resultBytes[i])) << (8 * i);
   if (result < 0) return result;
-  if (op != 3 && result > 0 && !readAll(reinterpret_cast<char*>(data), static_cast<std::size_t>(result)))
+  if (op != 3 && result > 0 && !readAll(gSocket, reinterpret_cast<char*>(data), static_cast<std::size_t>(result)))
     return LIBUSB_ERROR_IO;
   if (transferred) *transferred = result;
   return 0;

@@ -11,6 +11,7 @@
 #include "core/byte_order.hpp"
 #include "tests/sim/garmin/GarminUnitSim.hpp"
 #include "tests/sim/garmin/usb_shim_protocol.hpp"
+#include "tests/sim/sim_line.hpp"
 
 namespace pixtrail::sim {
 

@@ -11,6 +11,7 @@
 #include <cstdlib>
 
 #include "devices/nmea_checksum.hpp"
+#include "tests/sim/sim_line.hpp"
 
 namespace pixtrail::sim {
 
@@ -90,18 +91,11 @@ void MagellanSimulator::stop() {
   master_ = -1;
 }
 
-std::vector<std::string> MagellanSimulator::waypoints() const {
+std::vector<std::string> MagellanSimulator::copy(const std::vector<std::string>& list) const {
   std::lock_guard lock(mutex_);
-  return setup_.waypoints;
+  return list;
 }
-std::vector<std::string> MagellanSimulator::routes() const {
-  std::lock_guard lock(mutex_);
-  return setup_.routes;
-}
-std::vector<std::string> MagellanSimulator::tracks() const {
-  std::lock_guard lock(mutex_);
-  return setup_.tracks;
-}
+
 void MagellanSimulator::settle(int quietMs, int limitMs) const {
   const auto limit = Clock::now() + std::chrono::milliseconds(limitMs);
   std::size_t seen = transcript().size();
@@ -118,14 +112,6 @@ void MagellanSimulator::settle(int quietMs, int limitMs) const {
   }
 }
 
-std::vector<std::string> MagellanSimulator::transcript() const {
-  std::lock_guard lock(mutex_);
-  return transcript_;
-}
-std::vector<std::string> MagellanSimulator::received() const {
-  std::lock_guard lock(mutex_);
-  return received_;
-}
 
 // One line within `waitMs`; the body between "$" and "*" when its checksum is right. Lines with a
 // wrong checksum are dropped, as a unit does: the sender hears no acknowledgement and repeats.
@@ -179,13 +165,7 @@ void MagellanSimulator::sendPlain(const std::string& body) {
     std::lock_guard lock(mutex_);
     transcript_.push_back("> " + body);
   }
-  const std::string bytes = frame(body);
-  std::size_t done = 0;
-  while (done < bytes.size()) {
-    const ssize_t n = ::write(master_, bytes.data() + done, bytes.size() - done);
-    if (n <= 0) return;
-    done += static_cast<std::size_t>(n);
-  }
+  writeAll(master_, frame(body));
 }
 
 bool MagellanSimulator::sendAcknowledged(const std::string& body) {

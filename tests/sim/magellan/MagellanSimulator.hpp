@@ -49,12 +49,12 @@ class MagellanSimulator {
   const std::string& portPath() const { return portPath_; }
 
   // What the unit holds now, and every sentence body it received (acknowledgements included).
-  std::vector<std::string> waypoints() const;
-  std::vector<std::string> routes() const;
-  std::vector<std::string> tracks() const;
-  std::vector<std::string> received() const;
+  std::vector<std::string> waypoints() const { return copy(setup_.waypoints); }
+  std::vector<std::string> routes() const { return copy(setup_.routes); }
+  std::vector<std::string> tracks() const { return copy(setup_.tracks); }
+  std::vector<std::string> received() const { return copy(received_); }
   // Both directions in order, "<" received and ">" sent, for a failing test's message.
-  std::vector<std::string> transcript() const;
+  std::vector<std::string> transcript() const { return copy(transcript_); }
   // Waits until the line has been quiet for `quietMs` (at most `limitMs`), so that what the host
   // sent last has been read before a test looks at the unit.
   void settle(int quietMs = 100, int limitMs = 2000) const;
@@ -64,6 +64,7 @@ class MagellanSimulator {
   static std::string frame(const std::string& body);
 
  private:
+  std::vector<std::string> copy(const std::vector<std::string>& list) const;  // under the lock
   void serve();
   bool readLine(std::string& line, int waitMs);
   void handle(const std::string& body);
