@@ -13,6 +13,7 @@
 
 #include "coords/TListaDatums.hpp"
 #include "core/SafeFile.hpp"
+#include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "photos/TCjtoFotos.hpp"
@@ -94,9 +95,6 @@ std::string plannedEntries(const std::string& jpeg) {
   return lines;
 }
 
-constexpr double kMaxLatDeg = 90.0;
-constexpr double kMaxLonDeg = 180.0;
-
 // Everything that needs the datum table, done on the calling thread: the position goes to WGS 84
 // and the result reports it as the file's rationals will hold it. False: the photo failed.
 bool preparePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& result) {
@@ -108,8 +106,7 @@ bool preparePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult&
     return false;
   }
   // A damaged track or grid must never reach the photo as a position (NaN would be written as 0).
-  if (!std::isfinite(wgs84.lat) || !std::isfinite(wgs84.lon) || !std::isfinite(wgs84.alt) ||
-      std::fabs(wgs84.lat) > kMaxLatDeg || std::fabs(wgs84.lon) > kMaxLonDeg) {
+  if (!isPlausibleLatLon(wgs84.lat, wgs84.lon) || !std::isfinite(wgs84.alt)) {
     appendMessage(message, "No valid position for this photo");
     result.status = GeotagStatus::Error;
     return false;

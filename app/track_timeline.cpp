@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <numbers>
+
+#include "core/angles.hpp"
 
 namespace pixtrail {
 
@@ -12,7 +13,7 @@ namespace {
 // Passes are found on a local flat plane around the place: over the few hundred metres a pass
 // spans, the error of that plane is far below a receiver's own.
 constexpr double kEarthRadiusM = 6371008.8;  // mean radius (IUGG)
-constexpr double kMetresPerDegree = kEarthRadiusM * std::numbers::pi / 180.0;
+constexpr double kMetresPerDegree = kEarthRadiusM * kPi / kHalfTurnDeg;
 // Near the closest point, positions within this much of it belong to the same visit; a visit that
 // lasts longer than kStopS is a stop and stands for its middle.
 constexpr double kVisitToleranceM = 3.0;
@@ -86,7 +87,7 @@ double TrackTimeline::speedAt(DateTimeValue lineTime) const {
 
 std::vector<TrackTimeline::Pass> TrackTimeline::passesNear(const TCoord& place, double radiusM) const {
   std::vector<Pass> passes;
-  const Plane plane{place.lat, place.lon, std::cos(place.lat * std::numbers::pi / 180.0)};
+  const Plane plane{place.lat, place.lon, std::cos(place.lat * kPi / kHalfTurnDeg)};
   const double maxGapDays = settings_.maxGapSeconds / kSecondsPerDay;
   const double marginLat = radiusM / kMetresPerDegree;
   const double marginLon = radiusM / (kMetresPerDegree * std::max(plane.cosLat0, 1e-6));

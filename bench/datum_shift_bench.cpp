@@ -12,13 +12,13 @@
 
 #include "coords/TDatumFileNTV2.hpp"
 #include "coords/TListaDatums.hpp"
+#include "core/angles.hpp"
 
 namespace {
 
 using namespace pixtrail;
 
 constexpr std::size_t kPoints = 4096;
-constexpr double kDegToRad = 3.14159265358979323846 / 180.0;
 
 std::vector<TCoord> randomPoints(double latMin, double latMax, double lonMin, double lonMax) {
   std::mt19937 rng(42);
@@ -73,7 +73,7 @@ void theirs(benchmark::State& state, const std::vector<TCoord>& points, const st
   }
   std::vector<double> lam(points.size()), phi(points.size());
   for (auto _ : state) {
-    for (std::size_t i = 0; i < points.size(); ++i) lam[i] = points[i].lon * kDegToRad, phi[i] = points[i].lat * kDegToRad;
+    for (std::size_t i = 0; i < points.size(); ++i) lam[i] = points[i].lon * kRadPerDeg, phi[i] = points[i].lat * kRadPerDeg;
     proj_trans_generic(op, PJ_FWD, lam.data(), sizeof(double), lam.size(), phi.data(), sizeof(double), phi.size(),
                        nullptr, 0, 0, nullptr, 0, 0);
     benchmark::DoNotOptimize(lam.data());

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <string>
 
+#include "core/angles.hpp"
 #include "devices/nmea_checksum.hpp"
 
 namespace pixtrail::bench {
@@ -34,12 +35,12 @@ class NmeaLogGenerator {
       char date[16];
       std::snprintf(date, sizeof date, "%02d0324", day);
       const bool fix = (t / 60) % 97 != 13;  // one minute in 97 without a fix
-      courseDeg = std::fmod(courseDeg + uniform(-5.0, 5.0) + 360.0, 360.0);
+      courseDeg = std::fmod(courseDeg + uniform(-5.0, 5.0) + kFullTurnDeg, kFullTurnDeg);
       knots = std::fmin(60.0, std::fmax(0.0, knots + uniform(-1.0, 1.0)));
       alt += uniform(-0.5, 0.5);
       const double metres = knots * 1852.0 / 3600.0;
-      lat += metres * std::cos(courseDeg * kDeg) / 111320.0;
-      lon += metres * std::sin(courseDeg * kDeg) / (111320.0 * std::cos(lat * kDeg));
+      lat += metres * std::cos(courseDeg * kRadPerDeg) / 111320.0;
+      lon += metres * std::sin(courseDeg * kRadPerDeg) / (111320.0 * std::cos(lat * kRadPerDeg));
       const double hdop = uniform(0.7, 2.5);
       const int sats = fix ? 6 + static_cast<int>(next() % 7) : 0;
       char body[256];
@@ -68,8 +69,6 @@ class NmeaLogGenerator {
   }
 
  private:
-  static constexpr double kDeg = 3.141592653589793 / 180.0;
-
   // xorshift64*: small, fast and the same everywhere.
   std::uint64_t next() {
     state_ ^= state_ >> 12;

@@ -10,20 +10,19 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <numbers>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "coords/TListaDatums.hpp"
 #include "coords/TProyeccionUTM.hpp"
+#include "core/angles.hpp"
 
 namespace {
 
 using namespace pixtrail;
 
 constexpr std::size_t kPoints = 1'000'000;
-constexpr double kRadPerDeg = std::numbers::pi / 180;
 
 struct Sample {
   std::vector<double> lon, lat;   // degrees

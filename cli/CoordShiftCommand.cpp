@@ -7,16 +7,13 @@
 
 #include "app/Startup.hpp"
 #include "coords/TListaDatums.hpp"
+#include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 
 namespace pixtrail::cli {
 
 namespace {
-
-// Inputs beyond these are typing errors, not positions.
-constexpr double kMaxLatDeg = 90.0;
-constexpr double kMaxLonDeg = 360.0;
 
 // "LAT LON [ALT]" in decimal degrees and metres, shifted and printed as the command prints it.
 bool shiftFields(const std::vector<std::string_view>& fields, int from, int to, std::string& out,
@@ -33,7 +30,8 @@ bool shiftFields(const std::vector<std::string_view>& fields, int from, int to, 
                                (fields.size() == 3 ? " " + std::string(fields[2]) : ""));
     return false;
   }
-  if (!(std::fabs(*lat) <= kMaxLatDeg) || !(std::fabs(*lon) <= kMaxLonDeg) || !std::isfinite(*alt)) {
+  // Beyond these limits the input is a typing error, not a position.
+  if (!isPlausibleLatLon(*lat, *lon, kMaxEastLonDeg) || !std::isfinite(*alt)) {
     appendMessage(message, "Position out of range");
     return false;
   }

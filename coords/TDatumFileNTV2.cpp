@@ -14,6 +14,7 @@
 #include <fstream>
 #include <limits>
 
+#include "core/angles.hpp"
 #include "core/byte_order.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
@@ -24,14 +25,12 @@ namespace {
 
 constexpr std::size_t kRecordSize = 16;
 constexpr std::size_t kNodeSize = 16;
-constexpr double kSecondsPerDegree = 3600.0;
 // Overview and sub-grid headers have 11 records; anything beyond a few hundred is not NTv2.
 constexpr std::int32_t kMaxHeaderRecords = 1000;
 // More nodes than this would not fit any real grid and guards against absurd allocations.
 constexpr std::int64_t kMaxNodes = 50'000'000;
 // Real grids shift by seconds and test grids by a few degrees; a node beyond a quarter turn (or not
 // a number) is damage.
-constexpr double kQuarterTurnDeg = 90.0;
 constexpr double kMaxShiftSeconds = kQuarterTurnDeg * kSecondsPerDegree;
 
 // One keyword of a header and the member its value goes to (exactly one pointer is set).

@@ -39,7 +39,6 @@ constexpr Alias kAliases[] = {
     {"World Geodetic System 1984", "WGS 84"},
 };
 constexpr std::string_view kAutoShift = "Auto Shift";
-constexpr char kCalculaMessage[] = "Error de sqrt en TDatum::Calcula()";
 
 class Reader {
  public:
@@ -91,52 +90,6 @@ std::string normalisedName(std::string_view name) {
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------
-// TDatum
-
-TDatum::TDatum(const TDatum& other)
-    : name(other.name),
-      alternativeNames(other.alternativeNames),
-      deviceDatumNumber(other.deviceDatumNumber),
-      ecwName(other.ecwName),
-      inverseFlattening(other.inverseFlattening),
-      a(other.a),
-      dX(other.dX),
-      dY(other.dY),
-      dZ(other.dZ) {
-  Calcula();
-}
-
-TDatum& TDatum::operator=(const TDatum& other) {
-  if (this == &other) return *this;
-  name = other.name;
-  alternativeNames = other.alternativeNames;
-  deviceDatumNumber = other.deviceDatumNumber;
-  ecwName = other.ecwName;
-  inverseFlattening = other.inverseFlattening;
-  a = other.a;
-  dX = other.dX;
-  dY = other.dY;
-  dZ = other.dZ;
-  grid.reset();
-  Calcula();
-  return *this;
-}
-
-void TDatum::Calcula() {
-  f = 1.0 / inverseFlattening;
-  if (!(f >= 0)) fatalError(kCalculaMessage);
-  e = std::sqrt(2 * f - f * f);
-  e2 = e * e;
-  ep2 = e2 / (1 - e2);
-  b = std::sqrt(1 - e2) * a;
-  c = a * a / b;
-  e1 = (1 - std::sqrt(1 - e2)) / (1 + std::sqrt(1 - e2));
-  alternativeNameList.clear();
-  if (!alternativeNames.empty())
-    for (std::string_view part : splitFields(alternativeNames, ';')) alternativeNameList.emplace_back(part);
-}
-
-// ---------------------------------------------------------------------------------------------
 // TListaDatums: files
 
 TListaDatums::TListaDatums() { rows_.reserve(kInitialCapacity); }
@@ -167,17 +120,17 @@ bool TListaDatums::decodeRows(std::string_view bytes, std::vector<TDatum>& rows,
       appendMessage(message, "Error reading file DATUMSB.DAT ");
       return false;
     }
-    // A row Calcula would refuse is a damaged file, not a programming error: the load fails with
-    // Calcula's own message instead of stopping the program.
+    // A row deriveShape would refuse is a damaged file, not a programming error: the load fails with
+    // its own message instead of stopping the program.
     if (!(d.inverseFlattening > 0)) {
-      appendMessage(message, kCalculaMessage);
+      appendMessage(message, kDatumShapeError);
       return false;
     }
     if (!std::isfinite(d.a) || !(d.a > 0)) {
       appendMessage(message, "Error reading file DATUMSB.DAT ");
       return false;
     }
-    d.Calcula();
+    d.deriveShape();
     read.push_back(std::move(d));
   }
   for (TDatum& d : read) rows.push_back(std::move(d));
@@ -319,7 +272,7 @@ std::string TListaDatums::shortName(int index) const {
 }
 
 int TListaDatums::appendDatum(TDatum row) {
-  row.Calcula();
+  row.deriveShape();
   rows_.emplace(std::move(row));
   return size() - 1;
 }

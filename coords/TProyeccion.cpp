@@ -1,18 +1,13 @@
 #include "coords/TProyeccion.hpp"
 
 #include <cstdio>
-#include <numbers>
 
 #include "coords/TListaDatums.hpp"
+#include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 
 namespace pixtrail {
-namespace {
-constexpr double kRadPerDeg = std::numbers::pi * (1.0 / 180.0);
-constexpr double kDegPerRad = 180.0 * (1.0 / std::numbers::pi);
-}  // namespace
-
 TProyeccion::TProyeccion(PlaneUnit unit) : unit_(unit) {}
 
 TProyeccion::~TProyeccion() = default;

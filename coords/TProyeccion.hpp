@@ -61,8 +61,6 @@ class TProyeccion {
   // Parameters as text fields and back (one field per declared parameter, "%.10g").
   virtual std::vector<std::string> writeParameters() const;
   virtual bool readParameters(const std::vector<std::string>& fields);
-  virtual bool queryFlag() const { return true; }
-  virtual double queryNumber() const { return 0.0; }
   // `datum`: the datum of the geographic position (-1 = working datum). Projections with a fixed
   // datum shift into it first; on failure the message is appended and `out` is untouched.
   virtual bool project(const TCoord& geo, int datum, GridCoord& out, std::string& message) const = 0;

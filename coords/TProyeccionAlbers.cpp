@@ -4,17 +4,13 @@
 #include "coords/TProyeccionAlbers.hpp"
 
 #include <cmath>
-#include <numbers>
 
 #include "coords/TListaDatums.hpp"
 #include "coords/ellipsoid_functions.hpp"
+#include "core/angles.hpp"
 
 namespace pixtrail {
 namespace {
-
-constexpr double kRadPerDeg = std::numbers::pi * (1.0 / 180.0);
-constexpr double kDegPerRad = 180.0 * (1.0 / std::numbers::pi);
-constexpr double kFullTurnDeg = 360.0;
 
 constexpr ParameterDeclaration kAlbersParameters[] = {
     {"lat1", "Lat Standard 1", -89.9, 89.9, 40},
@@ -36,11 +32,11 @@ AlbersCone coneOf(double a, double e, double lat1, double lat2, double lat0) {
   cone.a = a;
   cone.e = e;
   const double phi1 = lat1 * kRadPerDeg, phi2 = lat2 * kRadPerDeg;
-  const double m1 = gn7m(phi1, e), m2 = gn7m(phi2, e);
-  const double q1 = gn7q(phi1, e), q2 = gn7q(phi2, e);
+  const double m1 = parallelRadiusOverA(phi1, e), m2 = parallelRadiusOverA(phi2, e);
+  const double q1 = authalicQ(phi1, e), q2 = authalicQ(phi2, e);
   cone.n = std::fabs(lat1 - lat2) < 1e-10 ? std::sin(phi1) : (m1 * m1 - m2 * m2) / (q2 - q1);
   cone.c = m1 * m1 + cone.n * q1;
-  cone.rho0 = a * std::sqrt(cone.c - cone.n * gn7q(lat0 * kRadPerDeg, e)) / cone.n;
+  cone.rho0 = a * std::sqrt(cone.c - cone.n * authalicQ(lat0 * kRadPerDeg, e)) / cone.n;
   cone.valid = cone.n != 0 && std::isfinite(cone.n) && std::isfinite(cone.rho0);
   return cone;
 }
@@ -54,7 +50,7 @@ bool TProyeccionAlbers::project(const TCoord& geo, int datum, GridCoord& out, st
     const TDatum& row = datumTable().datum(own);
     const AlbersCone cone = coneOf(row.a, row.e, param(kLat1), param(kLat2), param(kLat0));
     if (!cone.valid) return false;
-    const double inside = cone.c - cone.n * gn7q(p.lat * kRadPerDeg, row.e);
+    const double inside = cone.c - cone.n * authalicQ(p.lat * kRadPerDeg, row.e);
     if (!(inside >= 0)) return false;
     const double rho = row.a * std::sqrt(inside) / cone.n;
     const double theta = cone.n * std::remainder(p.lon - param(kLon0), kFullTurnDeg) * kRadPerDeg;
@@ -75,7 +71,7 @@ bool TProyeccionAlbers::unproject(const GridCoord& grid, int datum, TCoord& out,
     const double rho = std::hypot(dx, dy);
     const double theta = std::atan2(sign * dx, sign * dy);
     const double q = (cone.c - rho * rho * cone.n * cone.n / (row.a * row.a)) / cone.n;
-    const double qPole = gn7q(std::numbers::pi / 2, row.e);
+    const double qPole = authalicQ(kPi / 2, row.e);
     if (!(std::fabs(q) <= qPole * (1 + 1e-12))) return false;
     p.lat = latitudeFromQ(q, row.e) * kDegPerRad;
     p.lon = param(kLon0) + theta / cone.n * kDegPerRad;

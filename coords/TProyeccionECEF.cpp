@@ -4,16 +4,11 @@
 #include "coords/TProyeccionECEF.hpp"
 
 #include <cmath>
-#include <numbers>
 
 #include "coords/TListaDatums.hpp"
+#include "core/angles.hpp"
 
 namespace pixtrail {
-namespace {
-constexpr double kRadPerDeg = std::numbers::pi * (1.0 / 180.0);
-constexpr double kDegPerRad = 180.0 * (1.0 / std::numbers::pi);
-}  // namespace
-
 TProyeccionECEF::TProyeccionECEF() : TProyeccion(PlaneUnit::kMetres) {}
 
 bool TProyeccionECEF::project(const TCoord& geo, int datum, GridCoord& out, std::string& message) const {

@@ -6,18 +6,13 @@
 #include "coords/TProyeccionLambert.hpp"
 
 #include <cmath>
-#include <numbers>
 
 #include "coords/TListaDatums.hpp"
 #include "coords/ellipsoid_functions.hpp"
+#include "core/angles.hpp"
 
 namespace pixtrail {
 namespace {
-
-constexpr double kRadPerDeg = std::numbers::pi * (1.0 / 180.0);
-constexpr double kDegPerRad = 180.0 * (1.0 / std::numbers::pi);
-constexpr double kHalfTurnDeg = 180.0;
-constexpr double kQuarterTurnDeg = 90.0;
 
 constexpr ParameterDeclaration kTwoParallelParameters[] = {
     {"lat1", "Lat Standard 1", -89.9, 89.9, 40},
@@ -55,8 +50,8 @@ LambertCone lambertOneParallel(double a, double e, double lat0, double lon0, dou
   LambertCone cone;
   const double phi0 = lat0 * kRadPerDeg;
   cone.n = std::sin(phi0);
-  const double t0 = gn7t(phi0, e);
-  cone.aF = a * gn7m(phi0, e) / (cone.n * std::pow(t0, cone.n)) * k0;
+  const double t0 = isometricT(phi0, e);
+  cone.aF = a * parallelRadiusOverA(phi0, e) / (cone.n * std::pow(t0, cone.n)) * k0;
   cone.rOrigin = cone.aF * std::pow(t0, cone.n);
   cone.lon0 = lon0;
   cone.falseEasting = fe;
@@ -69,12 +64,12 @@ LambertCone lambertTwoParallels(double a, double e, double lat1, double lat2, do
                                 double lon0, double fe, double fn) {
   LambertCone cone;
   const double phi1 = lat1 * kRadPerDeg, phi2 = lat2 * kRadPerDeg;
-  const double m1 = gn7m(phi1, e), m2 = gn7m(phi2, e);
-  const double t1 = gn7t(phi1, e), t2 = gn7t(phi2, e);
+  const double m1 = parallelRadiusOverA(phi1, e), m2 = parallelRadiusOverA(phi2, e);
+  const double t1 = isometricT(phi1, e), t2 = isometricT(phi2, e);
   cone.n = std::fabs(lat1 - lat2) < 1e-10 ? std::sin(phi1)
                                           : (std::log(m1) - std::log(m2)) / (std::log(t1) - std::log(t2));
   cone.aF = a * m1 / (cone.n * std::pow(t1, cone.n));
-  cone.rOrigin = cone.aF * std::pow(gn7t(latOrigin * kRadPerDeg, e), cone.n);
+  cone.rOrigin = cone.aF * std::pow(isometricT(latOrigin * kRadPerDeg, e), cone.n);
   cone.lon0 = lon0;
   cone.falseEasting = fe;
   cone.falseNorthing = fn;
@@ -86,7 +81,7 @@ bool lambertForward(const LambertCone& cone, double e, double lon, double lat, d
   if (!cone.valid || !(std::fabs(lat) <= kQuarterTurnDeg)) return false;
   // The pole the cone opens towards lies at infinity.
   if (std::fabs(lat) == kQuarterTurnDeg && lat * cone.n < 0) return false;
-  const double r = cone.aF * std::pow(gn7t(lat * kRadPerDeg, e), cone.n);
+  const double r = cone.aF * std::pow(isometricT(lat * kRadPerDeg, e), cone.n);
   const double theta = cone.n * longitudeFromCentre(lon, cone.lon0) * kRadPerDeg;
   const double east = cone.falseEasting + r * std::sin(theta);
   const double north = cone.falseNorthing + cone.rOrigin - r * std::cos(theta);

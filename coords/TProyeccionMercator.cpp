@@ -4,18 +4,13 @@
 #include "coords/TProyeccionMercator.hpp"
 
 #include <cmath>
-#include <numbers>
 
 #include "coords/TListaDatums.hpp"
 #include "coords/ellipsoid_functions.hpp"
+#include "core/angles.hpp"
 
 namespace pixtrail {
 namespace {
-
-constexpr double kRadPerDeg = std::numbers::pi * (1.0 / 180.0);
-constexpr double kDegPerRad = 180.0 * (1.0 / std::numbers::pi);
-constexpr double kQuarterTurnDeg = 90.0;
-constexpr double kFullTurnDeg = 360.0;
 
 constexpr ParameterDeclaration kMercatorParameters[] = {
     {"lon0", "Longitude of Origin", -180, 180, 0},
@@ -33,10 +28,10 @@ bool TProyeccionMercator::project(const TCoord& geo, int datum, GridCoord& out, 
   return forwardVia(geo, datum, out, message, [this](const TCoord& p, int own, GridCoord& grid) {
     if (!(std::fabs(p.lat) < kQuarterTurnDeg)) return false;
     const TDatum& row = datumTable().datum(own);
-    const double ak0 = row.a * gn7m(param(kLatTrueScale) * kRadPerDeg, row.e);
+    const double ak0 = row.a * parallelRadiusOverA(param(kLatTrueScale) * kRadPerDeg, row.e);
     const double dlon = std::remainder(p.lon - param(kLon0), kFullTurnDeg);
     grid.x = param(kFalseEasting) + ak0 * dlon * kRadPerDeg;
-    grid.y = param(kFalseNorthing) - ak0 * std::log(gn7t(p.lat * kRadPerDeg, row.e));
+    grid.y = param(kFalseNorthing) - ak0 * std::log(isometricT(p.lat * kRadPerDeg, row.e));
     return std::isfinite(grid.x) && std::isfinite(grid.y);
   });
 }
@@ -44,7 +39,7 @@ bool TProyeccionMercator::project(const TCoord& geo, int datum, GridCoord& out, 
 bool TProyeccionMercator::unproject(const GridCoord& grid, int datum, TCoord& out, std::string& message) const {
   return inverseVia(grid, datum, out, message, [this](const GridCoord& g, int own, TCoord& p) {
     const TDatum& row = datumTable().datum(own);
-    const double ak0 = row.a * gn7m(param(kLatTrueScale) * kRadPerDeg, row.e);
+    const double ak0 = row.a * parallelRadiusOverA(param(kLatTrueScale) * kRadPerDeg, row.e);
     const double t = std::exp((param(kFalseNorthing) - g.y) / ak0);
     if (!(t > 0 && std::isfinite(t))) return false;  // beyond every latitude short of a pole
     p.lat = latitudeFromT(t, row.e) * kDegPerRad;

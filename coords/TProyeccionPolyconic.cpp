@@ -5,17 +5,13 @@
 #include "coords/TProyeccionPolyconic.hpp"
 
 #include <cmath>
-#include <numbers>
 
 #include "coords/TListaDatums.hpp"
+#include "core/angles.hpp"
 
 namespace pixtrail {
 namespace {
 
-constexpr double kRadPerDeg = std::numbers::pi * (1.0 / 180.0);
-constexpr double kDegPerRad = 180.0 * (1.0 / std::numbers::pi);
-constexpr double kFullTurnDeg = 360.0;
-constexpr double kQuarterTurnDeg = 90.0;
 constexpr int kMaxIterations = 40;
 
 constexpr ParameterDeclaration kPolyconicParameters[] = {

@@ -2,13 +2,13 @@
 // lam' = lon x 3600 x 0.0001 - 2.67825 (Bern's latitude and longitude in 10 000"); the inverse
 // gives degrees through x 100 x (1/36). The coefficients are kept exactly as written.
 #include "coords/TProyeccionSuiza.hpp"
+#include "core/angles.hpp"
 
 #include <cmath>
 
 namespace pixtrail {
 namespace {
 
-constexpr double kSecondsPerDegree = 3600.0;
 constexpr double kUnitSeconds = 10000.0;
 constexpr double kBernLatUnits = 16.902866;
 constexpr double kBernLonUnits = 2.67825;

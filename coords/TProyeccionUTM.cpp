@@ -15,6 +15,7 @@
 #include <cmath>
 
 #include "coords/TListaDatums.hpp"
+#include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 
@@ -44,7 +45,6 @@ constexpr ParameterDeclaration kUtmParameters[] = {
     {"exact_edges", "Exact zone and band edges", 0, 1, 0},  // 1: UtmEdges::kExact
 };
 enum { kZone, kHemisphere, kBand, kExactEdges };
-constexpr double kAntimeridianDeg = 180.0;
 
 }  // namespace
 
@@ -53,7 +53,7 @@ constexpr double kMaxLongitudeForZone = 1.0e6;
 int utmZone(double lon, UtmEdges edges) {
   // Out-of-range input gives a meaningless zone, but never an out-of-range conversion to int.
   if (std::isnan(lon)) return 0;
-  if (lon == -kAntimeridianDeg && edges == UtmEdges::kUsable) return 1;
+  if (lon == -kHalfTurnDeg && edges == UtmEdges::kUsable) return 1;
   lon = std::clamp(lon, -kMaxLongitudeForZone, kMaxLongitudeForZone);
   return static_cast<int>(lon / kDegreesPerZone) - (lon < 0 ? 1 : 0) + kZoneOffset;
 }

@@ -4,16 +4,15 @@
 #include <cstdio>
 #include <vector>
 
+#include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 
 namespace pixtrail {
 namespace {
 
-constexpr double kMinutesPerDegree = 60.0;
 constexpr double kSecondsPerMinute = 60.0;
 constexpr double kGradsPerQuarter = 100.0;
-constexpr double kDegreesPerQuarter = 90.0;
 constexpr int kMinuteDecimals = 3;
 constexpr int kSecondDecimals = 1;
 // Beyond this a value is no angle and would not fit the integer parts; it prints as nothing.
@@ -130,7 +129,7 @@ AngleText angleToText(bool isLatitude, double valueDeg, int format, const Coordi
     }
     case kParisGrads: {
       const double fromParis = isLatitude ? valueDeg : valueDeg - kParisMeridianDeg;
-      text.degrees = printf1("%.7f", std::fabs(fromParis * kGradsPerQuarter * (1.0 / kDegreesPerQuarter)));
+      text.degrees = printf1("%.7f", std::fabs(fromParis * kGradsPerQuarter * (1.0 / kQuarterTurnDeg)));
       break;
     }
     case kSignedDegrees:
@@ -231,7 +230,7 @@ bool formattedTextToAngle(std::string_view text, int format, double& valueDeg, b
     double grads = 0.0;
     bool latitude = false;
     if (!textToAngle(withoutSuffix, grads, latitude, message)) return false;
-    const double degrees = grads * kDegreesPerQuarter * (1.0 / kGradsPerQuarter);
+    const double degrees = grads * kQuarterTurnDeg * (1.0 / kGradsPerQuarter);
     valueDeg = latitude ? degrees : degrees + kParisMeridianDeg;
     isLatitude = latitude;
     return true;

@@ -2,37 +2,38 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
+
+#include "core/angles.hpp"
 
 namespace pixtrail {
 namespace {
-constexpr double kQuarterTurn = std::numbers::pi / 2;
+constexpr double kQuarterTurnRad = kPi / 2;
 constexpr double kTolerance = 1e-12;
 constexpr int kMaxIterations = 30;
 }  // namespace
 
-double gn7m(double phi, double e) {
+double parallelRadiusOverA(double phi, double e) {
   const double s = std::sin(phi);
   return std::cos(phi) / std::sqrt(1 - e * e * s * s);
 }
 
-double gn7t(double phi, double e) {
+double isometricT(double phi, double e) {
   const double es = e * std::sin(phi);
-  return std::tan(kQuarterTurn / 2 - phi / 2) / std::pow((1 - es) / (1 + es), e / 2);
+  return std::tan(kQuarterTurnRad / 2 - phi / 2) / std::pow((1 - es) / (1 + es), e / 2);
 }
 
 double latitudeFromT(double t, double e) {
-  double phi = kQuarterTurn - 2 * std::atan(t);
+  double phi = kQuarterTurnRad - 2 * std::atan(t);
   for (int i = 0; i < kMaxIterations; ++i) {
     const double es = e * std::sin(phi);
-    const double next = kQuarterTurn - 2 * std::atan(t * std::pow((1 - es) / (1 + es), e / 2));
+    const double next = kQuarterTurnRad - 2 * std::atan(t * std::pow((1 - es) / (1 + es), e / 2));
     if (std::fabs(next - phi) < kTolerance) return next;
     phi = next;
   }
   return phi;
 }
 
-double gn7q(double phi, double e) {
+double authalicQ(double phi, double e) {
   const double s = std::sin(phi);
   const double es = e * s;
   if (e == 0) return 2 * s;

@@ -3,14 +3,11 @@
 // and for a vector of doubles. Included only by the shift kernels (coords/molodensky_shift*.cpp);
 // the AVX2 one includes it after switching its target, so that its copies are AVX2 code.
 
-#include <numbers>
-
 #include "coords/molodensky_shift.hpp"
+#include "core/angles.hpp"
 
 namespace pixtrail::molodensky {
 
-constexpr double kPi = std::numbers::pi;
-constexpr double kHalfTurnDeg = 180.0;
 // Written as the program always has: degrees * pi * (1/180) and radians * 180 * (1/pi).
 template <typename V>
 inline V toRadians(V deg) { return deg * kPi * (1 / kHalfTurnDeg); }

@@ -3,9 +3,8 @@
 // only after the processor has been asked; everything it includes that the rest of the program
 // also uses comes before the target switch, so no AVX2 copy of shared inline code is emitted.
 
-#include <numbers>
-
 #include "coords/molodensky_shift.hpp"
+#include "core/angles.hpp"
 
 #if PIXTRAIL_VECTOR_SHIFT
 #include <immintrin.h>

@@ -8,16 +8,8 @@
 #include "coords/tm_series.hpp"
 
 #include <cmath>
-#include <numbers>
 
 namespace pixtrail {
-namespace {
-
-constexpr double kRadPerDeg = std::numbers::pi * (1.0 / 180.0);
-constexpr double kDegPerRad = 180.0 * (1.0 / std::numbers::pi);
-
-}  // namespace
-
 EllipsoidShape EllipsoidShape::from(double a, double e2, double ep2, double e1) {
   // Constant divisors are written as products so that no division runs per call.
   EllipsoidShape s;

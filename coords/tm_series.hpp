@@ -8,6 +8,8 @@
 
 #include <cmath>
 
+#include "core/angles.hpp"
+
 namespace pixtrail {
 
 // The ellipsoid as the series need it, with the meridian-arc and footpoint coefficients worked
@@ -42,8 +44,6 @@ bool tmInverse(const TMParameters& p, const EllipsoidShape& shape, double x, dou
 
 namespace tm_detail {
 
-inline constexpr double kRadPerDeg = 3.14159265358979323846 * (1.0 / 180.0);
-
 // The meridian arc from sin and cos of phi already at hand: sin 2phi, 4phi and 6phi by the
 // double- and sum-angle identities instead of three more calls to sin.
 inline double meridianArc(double phi, double sinPhi, double cosPhi, const EllipsoidShape& s) {
@@ -57,7 +57,6 @@ inline double meridianArc(double phi, double sinPhi, double cosPhi, const Ellips
 
 inline bool tmForward(const TMParameters& p, const EllipsoidShape& s, double lon, double lat,
                       double& x, double& y) {
-  using tm_detail::kRadPerDeg;
   const double phi = lat * kRadPerDeg;
   const double lam = lon * kRadPerDeg;
   const double lam0 = p.lon0 * kRadPerDeg;

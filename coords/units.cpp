@@ -1,9 +1,9 @@
 #include "coords/units.hpp"
 
 #include <array>
-#include <numbers>
 #include <string_view>
 
+#include "core/angles.hpp"
 #include "core/messages.hpp"
 
 namespace pixtrail {
@@ -41,7 +41,7 @@ constexpr std::array kUnits = {
     UnitRow{kUnitFahrenheit, "\xBA" "F", "\xBA" "F", 1 / kFahrenheitScale,
             -kFahrenheitOffset / kFahrenheitScale},
     UnitRow{kUnitKelvin, "K", "K", 1, -kKelvinOffset},
-    UnitRow{kUnitDegree, "\xBA", "\xBA", std::numbers::pi / 180, 0},
+    UnitRow{kUnitDegree, "\xBA", "\xBA", kRadPerDeg, 0},
     UnitRow{kUnitRadian, "rad", "rad", 1, 0},
     UnitRow{kUnitMetresPerSecond2, "m/s\xB2", "m/s\xB2", 1, 0},
     UnitRow{kUnitG, "g", "g", kStandardGravityMs2, 0},

@@ -9,10 +9,6 @@
 #define _POSIX_THREAD_SAFE_FUNCTIONS 200112L  // localtime_r, gmtime_r in <time.h>
 #endif
 
-#ifndef _USE_MATH_DEFINES
-#define _USE_MATH_DEFINES  // M_PI and friends, as glibc gives them
-#endif
-
 #include <fcntl.h>
 #include <stdio.h>
 #include <io.h>

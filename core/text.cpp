@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <charconv>
 #include <cstdlib>
 
@@ -66,15 +67,23 @@ std::vector<std::string_view> splitOnBlanks(std::string_view text) {
   return fields;
 }
 
-std::optional<double> parseDouble(std::string_view text) {
-  text = trim(text);
-  if (!text.empty() && text.front() == '+') text.remove_prefix(1);
-  if (text.empty()) return std::nullopt;
+std::optional<DecimalPrefix> readDecimalPrefix(std::string_view text, NonFinite nonFinite) {
+  // from_chars refuses a '+' of its own; one is allowed here, a second one is not.
+  const std::size_t sign = !text.empty() && text.front() == '+' ? 1 : 0;
+  const char* const begin = text.data() + sign;
   double value = 0.0;
-  const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (ec != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return value;
+  const auto [end, ec] = std::from_chars(begin, text.data() + text.size(), value);
+  if (ec != std::errc() || (nonFinite == NonFinite::kRefuse && !std::isfinite(value))) return std::nullopt;
+  return DecimalPrefix{value, static_cast<std::size_t>(end - text.data())};
 }
+
+std::optional<double> readDecimal(std::string_view text, NonFinite nonFinite) {
+  const auto number = readDecimalPrefix(text, nonFinite);
+  if (!number || number->length != text.size()) return std::nullopt;
+  return number->value;
+}
+
+std::optional<double> parseDouble(std::string_view text) { return readDecimal(trim(text), NonFinite::kAccept); }
 
 std::optional<long long> parseInteger(std::string_view text) {
   text = trim(text);

@@ -22,7 +22,23 @@ std::vector<std::string_view> splitFields(std::string_view text, char separator)
 // Splits at runs of blanks and tabs; no empty fields.
 std::vector<std::string_view> splitOnBlanks(std::string_view text);
 
-// Whole-field numbers: leading/trailing blanks allowed, anything else left over fails.
+// What a number reader does with "inf", "infinity" and "nan" (any case, either sign), which
+// std::from_chars takes as numbers. Every reader says which it wants.
+enum class NonFinite { kAccept, kRefuse };
+
+// The one decimal reader, over std::from_chars: an optional '+' or '-', digits, point, exponent.
+// Blanks are the caller's business. readDecimal wants the whole text to be the number;
+// readDecimalPrefix stops where the number does and says how many characters it took.
+struct DecimalPrefix {
+  double value = 0.0;
+  std::size_t length = 0;
+};
+std::optional<DecimalPrefix> readDecimalPrefix(std::string_view text, NonFinite nonFinite);
+std::optional<double> readDecimal(std::string_view text, NonFinite nonFinite);
+
+// Whole-field numbers: leading/trailing blanks allowed, anything else left over fails. The general
+// field reader accepts infinities and NaN: the range checks after it (isPlausibleLatLon, a
+// parameter's bounds) refuse them, and some fields keep what they are given.
 std::optional<double> parseDouble(std::string_view text);
 std::optional<long long> parseInteger(std::string_view text);
 // Either of the above into a field of any arithmetic type; an integer out of the type's range

@@ -4,16 +4,15 @@
 #include <cmath>
 #include <cstdio>
 
+#include "core/angles.hpp"
 #include "core/messages.hpp"
+#include "core/text.hpp"
 #include "devices/nmea_checksum.hpp"
 
 namespace pixtrail {
 
 namespace {
 
-constexpr double kMinutesPerDegree = 60.0;
-constexpr double kMaxLatitude = 90.0;
-constexpr double kMaxLongitude = 180.0;
 constexpr std::size_t kTxInitialFields = 20;
 
 int hexDigit(char c) {
@@ -29,14 +28,11 @@ void refuse(TErrorNMEA& error, std::int32_t code, std::string_view text, std::st
   error.detail.assign(line);
 }
 
-// A whole-field decimal number. from_chars also takes "inf" and "nan", which no receiver means.
+// A whole-field decimal number; no receiver means "inf" or "nan".
 bool readNumber(std::string_view text, double& out) {
-  if (!text.empty() && text.front() == '+') text.remove_prefix(1);
-  if (text.empty()) return false;
-  double value = 0.0;
-  const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (ec != std::errc() || end != text.data() + text.size() || !std::isfinite(value)) return false;
-  out = value;
+  const auto value = readDecimal(text, NonFinite::kRefuse);
+  if (!value) return false;
+  out = *value;
   return true;
 }
 
@@ -164,8 +160,8 @@ bool TComandaNMEA_Rx::integer(std::size_t index, long long& out) const {
 bool TComandaNMEA_Rx::position(std::size_t index, TCoord& out) const {
   double lat = 0.0;
   double lon = 0.0;
-  if (!readDegreesMinutes(field(index), kMaxLatitude, lat)) return false;
-  if (!readDegreesMinutes(field(index + 2), kMaxLongitude, lon)) return false;
+  if (!readDegreesMinutes(field(index), kMaxLatDeg, lat)) return false;
+  if (!readDegreesMinutes(field(index + 2), kMaxLonDeg, lon)) return false;
   const std::string_view ns = field(index + 1);
   const std::string_view ew = field(index + 3);
   if (ns != "N" && ns != "S") return false;

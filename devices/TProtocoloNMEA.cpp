@@ -1,16 +1,15 @@
 #include "devices/TProtocoloNMEA.hpp"
 
 #include <chrono>
-#include <numbers>
 
 #include "coords/units.hpp"
+#include "core/angles.hpp"
 #include "core/text.hpp"
 
 namespace pixtrail {
 
 namespace {
 
-constexpr double kDegToRad = std::numbers::pi / 180.0;
 constexpr double kPascalPerHpa = 100.0;
 constexpr double kDmsPerMs = 10.0;
 constexpr int kMaxSatellites = 999;
@@ -173,7 +172,7 @@ bool TProtocoloNMEA::takeRmc(Context& c) {
   double knots = 0.0;
   fix.speedMs = s.number(7, knots) && knots >= 0.0 ? knots * knotMs_ : -1.0;
   double courseDeg = 0.0;
-  fix.courseRad = s.number(8, courseDeg) && courseDeg >= 0.0 ? courseDeg * kDegToRad : -1.0;
+  fix.courseRad = s.number(8, courseDeg) && courseDeg >= 0.0 ? courseDeg * kRadPerDeg : -1.0;
   if (!s.field(9).empty()) fix.date.assign(s.field(9));
   return true;
 }
@@ -219,7 +218,7 @@ bool TProtocoloNMEA::takeGgam(Context& c) {
   if (s.number(4, hdop) && hdop >= 0.0) fix.hdop = hdop;
   double value = 0.0;
   if (s.number(15, value)) fix.speedMs = value < kGgamUnknownBelow ? -1.0 : value * knotMs_;
-  if (s.number(16, value)) fix.courseRad = value < kGgamUnknownBelow ? -1.0 : value * kDegToRad;
+  if (s.number(16, value)) fix.courseRad = value < kGgamUnknownBelow ? -1.0 : value * kRadPerDeg;
   if (s.fieldCount() > 17 && !s.field(17).empty()) fix.ggamText17.assign(s.field(17));
   if (s.fieldCount() > 18 && !s.field(18).empty()) fix.ggamText18.assign(s.field(18));
   if (s.number(19, value)) fix.position.alt = static_cast<float>(value);
@@ -231,7 +230,7 @@ bool TProtocoloNMEA::takeVtg(Context& c) {
   const TComandaNMEA_Rx& s = sentence_;
   if (s.fieldCount() < 7) return false;
   double courseDeg = 0.0;
-  c.fix.courseRad = s.number(1, courseDeg) && courseDeg >= 0.0 ? courseDeg * kDegToRad : -1.0;
+  c.fix.courseRad = s.number(1, courseDeg) && courseDeg >= 0.0 ? courseDeg * kRadPerDeg : -1.0;
   double knots = 0.0;
   c.fix.speedMs = s.number(5, knots) && knots >= 0.0 ? knots * knotMs_ : -1.0;
   return false;

@@ -1,8 +1,8 @@
 #include "devices/garmin_records.hpp"
 
 #include <cmath>
-#include <numbers>
 
+#include "core/angles.hpp"
 #include "core/byte_order.hpp"
 #include "devices/TErrorPr.hpp"
 #include "devices/TGarminIcons.hpp"
@@ -422,16 +422,16 @@ TCoord decodePosition(int type, std::string_view data) {
   if (type != 700) throw TErrorPr("Estructura Garmin desconocida D" + std::to_string(type));
   RecordReader r(data, type);
   TCoord c;
-  c.lat = r.f64() * 180.0 / std::numbers::pi;
-  c.lon = r.f64() * 180.0 / std::numbers::pi;
+  c.lat = r.f64() * kHalfTurnDeg / kPi;
+  c.lon = r.f64() * kHalfTurnDeg / kPi;
   return c;
 }
 
 std::string encodePosition(int type, const TCoord& position) {
   if (type != 700) throw TErrorPr("Estructura Garmin desconocida D" + std::to_string(type));
   RecordWriter w;
-  w.f64(position.lat * std::numbers::pi / 180.0);
-  w.f64(position.lon * std::numbers::pi / 180.0);
+  w.f64(position.lat * kPi / kHalfTurnDeg);
+  w.f64(position.lon * kPi / kHalfTurnDeg);
   return w.take();
 }
 
@@ -445,8 +445,8 @@ GarminPvt decodePvt(int type, std::string_view data) {
   p.epvM = r.f32();
   p.fix = r.i16();
   p.towS = r.f64();
-  p.lat = r.f64() * 180.0 / std::numbers::pi;
-  p.lon = r.f64() * 180.0 / std::numbers::pi;
+  p.lat = r.f64() * kHalfTurnDeg / kPi;
+  p.lon = r.f64() * kHalfTurnDeg / kPi;
   p.eastMs = r.f32();
   p.northMs = r.f32();
   p.upMs = r.f32();
@@ -465,8 +465,8 @@ std::string encodePvt(int type, const GarminPvt& p) {
   w.f32(p.epvM);
   w.u16(static_cast<std::uint16_t>(p.fix));
   w.f64(p.towS);
-  w.f64(p.lat * std::numbers::pi / 180.0);
-  w.f64(p.lon * std::numbers::pi / 180.0);
+  w.f64(p.lat * kPi / kHalfTurnDeg);
+  w.f64(p.lon * kPi / kHalfTurnDeg);
   w.f32(p.eastMs);
   w.f32(p.northMs);
   w.f32(p.upMs);

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <string>
 
+#include "core/angles.hpp"
 #include "devices/Protocolo_magellan.hpp"
 #include "fuzz/replay_port.hpp"
 
@@ -15,7 +16,7 @@ using namespace pixtrail;
 
 namespace {
 
-bool onGlobe(const TCoord& c) { return std::isfinite(c.lat) && std::fabs(c.lat) <= 90.0 && std::fabs(c.lon) <= 180.0; }
+bool onGlobe(const TCoord& c) { return isPlausibleLatLon(c.lat, c.lon); }
 
 }  // namespace
 

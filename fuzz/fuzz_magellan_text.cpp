@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "core/angles.hpp"
 #include "devices/MagellanDisk.hpp"
 #include "tracks/track_format_magellan.hpp"
 
@@ -20,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   TBalizas w;
   parseMagellanWaypointText(text, w, message);
   for (const TBaliza& b : w.waypoints)
-    if (!std::isfinite(b.position.lat) || std::fabs(b.position.lat) > 90.0 || std::fabs(b.position.lon) > 180.0)
+    if (!isPlausibleLatLon(b.position.lat, b.position.lon))
       __builtin_trap();
   TBalizas again;
   std::string ignored;

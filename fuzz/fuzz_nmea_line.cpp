@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "core/angles.hpp"
 #include "devices/TComandaNMEA.hpp"
 
 using namespace pixtrail;
@@ -25,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   s.ParsePMLR(w, error);
   s.ParseWPR(w, error);
   if (s.ParsePMGNTRK(p, error) || s.ParseGGATrackPoint(p, error)) {
-    if (p.position.lat < -90.0 || p.position.lat > 90.0 || p.position.lon < -180.0 || p.position.lon > 180.0)
+    if (!isPlausibleLatLon(p.position.lat, p.position.lon))
       __builtin_trap();
   }
   if (s.ParsePMGNRTE(r, error) || s.ParseRTE(r, error)) {

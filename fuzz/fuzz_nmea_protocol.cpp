@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "core/angles.hpp"
 #include "devices/TProtocoloNMEA.hpp"
 
 using namespace pixtrail;
@@ -43,8 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       continue;
     }
     if (fix.fixValid) {
-      if (!std::isfinite(fix.position.lat) || std::fabs(fix.position.lat) > 90.0 ||
-          !std::isfinite(fix.position.lon) || std::fabs(fix.position.lon) > 180.0)
+      if (!isPlausibleLatLon(fix.position.lat, fix.position.lon))
         __builtin_trap();
       const std::string_view type = s.type();
       if (type == "GGA" && changed && (s.field(6).empty() || s.field(6) == "0")) __builtin_trap();

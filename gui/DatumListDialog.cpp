@@ -112,7 +112,7 @@ void DatumListDialog::cellEdited(QTableWidgetItem* item) {
     case kDeltaZ: ok = number.has_value(); if (ok) d.dZ = *number; break;
     default: break;
   }
-  if (ok) d.Calcula();
+  if (ok) d.deriveShape();
   // The row shows what the table holds: a refused value goes back to the old one.
   filling_ = true;
   item->setText(rowTexts(item->row())[item->column()]);

@@ -8,10 +8,10 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 #include <cmath>
-#include <numbers>
 
 #include "app/Configuration.hpp"
 #include "coords/TListaDatums.hpp"
+#include "core/angles.hpp"
 #include "devices/TPuertoCom.hpp"
 #include "gui/gui_text.hpp"
 
@@ -24,7 +24,6 @@ constexpr int kReadTimeoutMs = 200;  // how soon the watch thread notices that i
 constexpr int kReadChunk = 512;
 constexpr std::size_t kMaxLineBytes = 1024;  // a line without an end is noise, not a sentence
 constexpr double kKmhPerMs = 3.6;
-constexpr double kDegreesPerRadian = 180.0 / std::numbers::pi;
 }  // namespace
 
 ReceiverPanel::ReceiverPanel(QWidget* parent)
@@ -165,7 +164,7 @@ void ReceiverPanel::showFix() {
   setRow("Position", positionText(working.lat, working.lon, configuration().angleFormat));
   setRow("Altitude", hasAltitude(fix_.position.alt) ? QString("%1 m").arg(fix_.position.alt, 0, 'f', 1) : "-");
   setRow("Speed", fix_.speedMs >= 0 ? QString("%1 km/h").arg(fix_.speedMs * kKmhPerMs, 0, 'f', 1) : "-");
-  setRow("Course", fix_.courseRad >= 0 ? QString::fromUtf8("%1°").arg(fix_.courseRad * kDegreesPerRadian, 0, 'f', 0)
+  setRow("Course", fix_.courseRad >= 0 ? QString::fromUtf8("%1°").arg(fix_.courseRad * kDegPerRad, 0, 'f', 0)
                                        : "-");
   setRow("Satellites", fix_.satellites >= 0 ? QString::number(fix_.satellites) : "-");
   setRow("HDOP", fix_.hdop > 0 ? QString::number(fix_.hdop, 'f', 1) : "-");

@@ -3,34 +3,33 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <numbers>
+
+#include "core/angles.hpp"
 
 namespace pixtrail::gui {
 
 namespace {
-constexpr double kDegPerHalfTurn = 180.0;
-constexpr double kDegPerFullTurn = 360.0;
 constexpr double kFitMargin = 0.9;  // leave a tenth of the view around what is fitted
 }  // namespace
 
 WorldPoint worldFromGeo(double lat, double lon) {
   const double clampedLat = std::clamp(lat, -kMercatorLimitDeg, kMercatorLimitDeg);
-  const double phi = clampedLat * std::numbers::pi / kDegPerHalfTurn;
+  const double phi = clampedLat * kPi / kHalfTurnDeg;
   WorldPoint p;
-  p.x = (lon + kDegPerHalfTurn) / kDegPerFullTurn * kTileSizePx;
-  p.y = (1.0 - std::log(std::tan(phi) + 1.0 / std::cos(phi)) / std::numbers::pi) / 2.0 * kTileSizePx;
+  p.x = (lon + kHalfTurnDeg) / kFullTurnDeg * kTileSizePx;
+  p.y = (1.0 - std::log(std::tan(phi) + 1.0 / std::cos(phi)) / kPi) / 2.0 * kTileSizePx;
   return p;
 }
 
 void geoFromWorld(const WorldPoint& p, double& lat, double& lon) {
-  lon = p.x / kTileSizePx * kDegPerFullTurn - kDegPerHalfTurn;
-  const double n = std::numbers::pi * (1.0 - 2.0 * p.y / kTileSizePx);
-  lat = std::atan(std::sinh(n)) * kDegPerHalfTurn / std::numbers::pi;
+  lon = p.x / kTileSizePx * kFullTurnDeg - kHalfTurnDeg;
+  const double n = kPi * (1.0 - 2.0 * p.y / kTileSizePx);
+  lat = std::atan(std::sinh(n)) * kHalfTurnDeg / kPi;
 }
 
 double metresPerPixel(double lat, double zoom) {
-  const double equatorM = 2.0 * std::numbers::pi * kEarthRadiusM;
-  return equatorM * std::cos(lat * std::numbers::pi / kDegPerHalfTurn) / (kTileSizePx * std::exp2(zoom));
+  const double equatorM = 2.0 * kPi * kEarthRadiusM;
+  return equatorM * std::cos(lat * kPi / kHalfTurnDeg) / (kTileSizePx * std::exp2(zoom));
 }
 
 double niceScaleLengthM(double maxM) {

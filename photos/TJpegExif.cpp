@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "core/SafeFile.hpp"
+#include "core/angles.hpp"
 #include "core/byte_order.hpp"
 #include "coords/TListaDatums.hpp"
 #include "core/messages.hpp"
@@ -60,8 +61,6 @@ constexpr std::string_view kErrTooLarge = "Error in EXIF data: the rebuilt EXIF 
 
 constexpr std::string_view kSoftware = "OrvexGPS";
 constexpr std::string_view kWgs84Name = "WGS-84";
-constexpr double kMinutesPerDegree = 60.0;
-constexpr double kSecondsPerDegree = 3600.0;
 constexpr double kNoDegrees = -99999.0;
 
 // Pointer entries the writer cannot rebuild; they are left out rather than left wrong.
@@ -438,8 +437,7 @@ bool TJpegExif::ReadGps(ExifGpsPosition& out, std::string& message) const {
   }
   double latDeg = lat[0] + lat[1] / kMinutesPerDegree + lat[2] / kSecondsPerDegree;
   double lonDeg = lon[0] + lon[1] / kMinutesPerDegree + lon[2] / kSecondsPerDegree;
-  constexpr double kMaxLat = 90.0, kMaxLon = 180.0;
-  if (!(std::fabs(lonDeg) <= kMaxLon) || !(std::fabs(latDeg) <= kMaxLat)) {
+  if (!isPlausibleLatLon(latDeg, lonDeg)) {
     appendMessage(message, kErrGpsValues);
     return false;
   }

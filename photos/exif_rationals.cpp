@@ -8,14 +8,13 @@
 #include <limits>
 #include <string>
 
+#include "core/angles.hpp"
 #include "core/byte_order.hpp"
 
 namespace pixtrail {
 
 namespace {
 
-constexpr double kMinutesPerDegree = 60.0;
-constexpr double kSecondsPerDegree = 3600.0;
 constexpr double kRationalFractionLimit = 0.000001;
 constexpr double kRationalDenominator = 1000.0;
 

@@ -16,8 +16,8 @@
 #include <cmath>
 #include <exception>
 #include <limits>
-#include <numbers>
 
+#include "core/angles.hpp"
 #include "core/messages.hpp"
 
 namespace pixtrail {
@@ -28,24 +28,21 @@ constexpr double kWgs84F = 1.0 / 298.257223563;
 constexpr double kWgs84E2 = kWgs84F * (2.0 - kWgs84F);
 constexpr double kMeanRadiusM = 6371008.8;
 constexpr double kLongStepM = 100000.0;
-constexpr double kDegPerHalfTurn = 180.0;
-constexpr double kDegPerTurn = 360.0;
-constexpr double kRadPerDeg = std::numbers::pi / kDegPerHalfTurn;
 constexpr double kNoTime = -std::numeric_limits<double>::infinity();
 constexpr double kBeyondTrackDays = 1.0;
 
 // Difference b - a of two longitudes, taken the short way round.
 double lonDifferenceDeg(double a, double b) {
-  double d = std::fmod(b - a, kDegPerTurn);
-  if (d > kDegPerHalfTurn) d -= kDegPerTurn;
-  if (d < -kDegPerHalfTurn) d += kDegPerTurn;
+  double d = std::fmod(b - a, kFullTurnDeg);
+  if (d > kHalfTurnDeg) d -= kFullTurnDeg;
+  if (d < -kHalfTurnDeg) d += kFullTurnDeg;
   return d;
 }
 
 double normalizeLonDeg(double lon) {
-  double l = std::fmod(lon + kDegPerHalfTurn, kDegPerTurn);
-  if (l < 0) l += kDegPerTurn;
-  return l - kDegPerHalfTurn;
+  double l = std::fmod(lon + kHalfTurnDeg, kFullTurnDeg);
+  if (l < 0) l += kFullTurnDeg;
+  return l - kHalfTurnDeg;
 }
 
 // Point times have millisecond resolution at best; rounding removes the day-fraction noise.
@@ -62,77 +59,6 @@ double greatCircleM(const TCoord& a, const TCoord& b) {
   return 2.0 * kMeanRadiusM * std::asin(std::min(1.0, std::sqrt(h)));
 }
 }  // namespace
-
-DateTimeRecord TPuntTiempo::toRecord() const {
-  DateTimeRecord r;
-  r.day = day;
-  r.month = month;
-  r.year = year;
-  r.hour = hour;
-  r.minute = minute;
-  r.seconds = seconds;
-  return r;
-}
-
-TPuntTiempo TPuntTiempo::fromRecord(const DateTimeRecord& record) {
-  TPuntTiempo t;
-  t.day = record.day;
-  t.month = record.month;
-  t.year = record.year;
-  t.hour = record.hour;
-  t.minute = record.minute;
-  t.seconds = static_cast<float>(record.seconds);
-  return t;
-}
-
-std::unique_ptr<TPuntVol> TPuntVol::clone() const {
-  auto p = std::make_unique<TPuntVol>();
-  p->position = position;
-  p->time = time;
-  p->segmentStart = segmentStart;
-  p->gpsAltitudeM = gpsAltitudeM;
-  p->barometricAltitudeM = barometricAltitudeM;
-  p->verticalSpeedMs = verticalSpeedMs;
-  p->heartRate = heartRate;
-  p->cadenceRpm = cadenceRpm;
-  if (linked) p->linked = std::make_unique<TObjetoEnlazado>(*linked);
-  p->stateFlags = stateFlags;
-  p->speedMs = speedMs;
-  p->courseDeg = courseDeg;
-  p->temperatureC = temperatureC;
-  p->satellites = satellites;
-  p->hdop = hdop;
-  p->pressureHpa = pressureHpa;
-  p->fixType = fixType;
-  p->powerW = powerW;
-  if (coursePoint) {
-    p->coursePoint = std::make_unique<TCoursePoint>();
-    p->coursePoint->icon = coursePoint->icon;
-    p->coursePoint->comment = coursePoint->comment;
-    p->coursePoint->value16 = coursePoint->value16;
-    p->coursePoint->valueReal = coursePoint->valueReal;
-    if (coursePoint->linked)
-      p->coursePoint->linked = std::make_unique<TObjetoEnlazado>(*coursePoint->linked);
-  }
-  p->distanceFromStartM = distanceFromStartM;
-  return p;
-}
-
-float TPuntVol::altitude(bool preferGpsAltitude) const {
-  const float z = position.alt, g = gpsAltitudeM, s = barometricAltitudeM;
-  const bool gPresent = g > kNoAltitudeLimit, sPresent = s > kNoAltitudeLimit;
-  if (z >= kNoAltitudeLimit && g < kNoAltitudeLimit && s < kNoAltitudeLimit) return z;
-  if (!sPresent && gPresent) return g;
-  if (sPresent && !gPresent) return s;
-  return preferGpsAltitude ? g : s;
-}
-
-void TPuntVol::setAltitude(float altM) {
-  position.alt = altM;
-  const float other = altM >= kNoAltitudeLimit ? kUnknownAltitude : altM;
-  gpsAltitudeM = other;
-  barometricAltitudeM = other;
-}
 
 std::string subtrackFileName(std::string_view trackFileName) {
   std::string name(trackFileName);
@@ -160,7 +86,7 @@ double bearingDeg(const TCoord& a, const TCoord& b) {
   const double y = std::sin(dlam) * std::cos(phi2);
   const double x = std::cos(phi1) * std::sin(phi2) - std::sin(phi1) * std::cos(phi2) * std::cos(dlam);
   double deg = std::atan2(y, x) / kRadPerDeg;
-  if (deg < 0) deg += kDegPerTurn;
+  if (deg < 0) deg += kFullTurnDeg;
   return deg;
 }
 
@@ -342,8 +268,8 @@ PositionAtTime TVolGPS::positionAtTime(DateTimeValue t, const TrackSettings& set
   // Course: the recorded courses turned the short way round; without them, the pair's bearing.
   if (p0.courseDeg >= 0.0f && p1.courseDeg >= 0.0f) {
     double c = p0.courseDeg + f * lonDifferenceDeg(p0.courseDeg, p1.courseDeg);
-    c = std::fmod(c, kDegPerTurn);
-    r.courseDeg = c < 0 ? c + kDegPerTurn : c;
+    c = std::fmod(c, kFullTurnDeg);
+    r.courseDeg = c < 0 ? c + kFullTurnDeg : c;
   } else if (p0.position.lat != p1.position.lat || p0.position.lon != p1.position.lon) {
     r.courseDeg = bearingDeg(p0.position, p1.position);
   }

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "core/SafeFile.hpp"
+#include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "tracks/track_format_common.hpp"
@@ -12,7 +13,6 @@ namespace pixtrail {
 
 namespace {
 
-constexpr double kMinutesPerDegree = 60.0;
 constexpr double kUnixEpochDays = 25569.0;  // 1970-01-01 in days since 1899-12-30
 // Compressed positions (APRS 1.0.1, ch. 9): base-91 values scaled by these.
 constexpr double kCompressedLatScale = 380926.0;
@@ -59,7 +59,7 @@ bool readPosition(std::string_view s, AprsPosition& out) {
   if (s.size() >= kUncompressedLength && std::isdigit(static_cast<unsigned char>(s[0]))) {
     const auto lat = uncompressedAngle(s, 2, 'N', 'S');
     const auto lon = uncompressedAngle(s.substr(9), 3, 'E', 'W');
-    if (!lat || !lon || std::fabs(*lat) > 90 || std::fabs(*lon) > 180) return false;
+    if (!lat || !lon || !isPlausibleLatLon(*lat, *lon)) return false;
     out.lat = *lat;
     out.lon = *lon;
     const std::string_view ext = s.substr(kUncompressedLength);
@@ -73,9 +73,9 @@ bool readPosition(std::string_view s, AprsPosition& out) {
   if (s.size() < kCompressedLength) return false;
   for (std::size_t i = 1; i < 9; ++i)
     if (s[i] < '!' || s[i] > '{') return false;
-  out.lat = 90.0 - base91(s.substr(1, 4)) / kCompressedLatScale;
-  out.lon = -180.0 + base91(s.substr(5, 4)) / kCompressedLonScale;
-  if (std::fabs(out.lat) > 90 || std::fabs(out.lon) > 180) return false;
+  out.lat = kMaxLatDeg - base91(s.substr(1, 4)) / kCompressedLatScale;
+  out.lon = -kMaxLonDeg + base91(s.substr(5, 4)) / kCompressedLonScale;
+  if (!isPlausibleLatLon(out.lat, out.lon)) return false;
   const char c = s[10], sp = s[11];
   if (c >= '!' && c <= 'z' && sp >= '!' && sp <= '{' && c != ' ') {
     out.courseDeg = (c - kBase91Offset) * kCompressedCourseStep;

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "core/text.hpp"
 #include "tracks/track_datum.hpp"
 
 namespace pixtrail {
@@ -26,11 +27,9 @@ void forEachLine(std::string_view text, const std::function<bool(std::string_vie
 
 std::optional<double> leadingNumber(std::string_view text) {
   while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
-  if (!text.empty() && text.front() == '+') text.remove_prefix(1);
-  double value = 0.0;
-  const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (ec != std::errc() || !std::isfinite(value)) return std::nullopt;
-  return value;
+  const auto number = readDecimalPrefix(text, NonFinite::kRefuse);
+  if (!number) return std::nullopt;
+  return number->value;
 }
 
 const char* parseDecimal(const char* begin, const char* end, double& out) {
@@ -38,8 +37,8 @@ const char* parseDecimal(const char* begin, const char* end, double& out) {
                                             1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
   const char* p = begin;
   while (p < end && (*p == ' ' || *p == '\t' || *p == '\n' || *p == '\r')) ++p;
-  if (p < end && *p == '+') ++p;
   const char* const numberStart = p;
+  if (p < end && *p == '+') ++p;
   const bool negative = p < end && *p == '-';
   if (negative) ++p;
   std::uint64_t mantissa = 0;
@@ -55,11 +54,11 @@ const char* parseDecimal(const char* begin, const char* end, double& out) {
     out = negative ? -value : value;
     return p;
   }
-  double value = 0.0;
-  const auto [stop, ec] = std::from_chars(numberStart, end, value);
-  if (ec != std::errc() || !std::isfinite(value)) return nullptr;
-  out = value;
-  return stop;
+  const auto number = readDecimalPrefix(std::string_view(numberStart, static_cast<std::size_t>(end - numberStart)),
+                                        NonFinite::kRefuse);
+  if (!number) return nullptr;
+  out = number->value;
+  return numberStart + number->length;
 }
 
 DateTimeRecord shiftedBySeconds(const DateTimeRecord& record, double seconds) {

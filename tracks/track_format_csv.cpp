@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "core/SafeFile.hpp"
+#include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "tracks/track_format_common.hpp"
@@ -198,7 +199,7 @@ bool readCsvTrackText(std::string_view text, const std::string& fileName, TVolGP
         case Column::None: break;
       }
     }
-    if (!lat || !lon || std::fabs(*lat) > 90 || std::fabs(*lon) > 360) {
+    if (!lat || !lon || !isPlausibleLatLon(*lat, *lon, kMaxEastLonDeg)) {
       ++skipped;
       return true;
     }

@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "core/SafeFile.hpp"
+#include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "tracks/track_datum.hpp"
@@ -71,8 +72,7 @@ constexpr std::pair<std::string_view, std::int8_t> kFixTypes[] = {
 std::unique_ptr<TPuntVol> decodePoint(const pugi::xml_node& node) {
   double lat = 0.0, lon = 0.0;
   if (!parseNumber(node.attribute("lat").value(), lat) ||
-      !parseNumber(node.attribute("lon").value(), lon) || std::fabs(lat) > 90 ||
-      std::fabs(lon) > 360)
+      !parseNumber(node.attribute("lon").value(), lon) || !isPlausibleLatLon(lat, lon, kMaxEastLonDeg))
     return nullptr;
   auto p = makePoint(lat, lon, kUnknownAltitude, DateTimeRecord{});
   for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {

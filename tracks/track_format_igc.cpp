@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "core/SafeFile.hpp"
+#include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "tracks/track_format_common.hpp"
@@ -12,7 +13,6 @@ namespace pixtrail {
 
 namespace {
 
-constexpr double kMinutesPerDegree = 60.0;
 constexpr double kThousandthsPerMinute = 1000.0;
 
 bool number(std::string_view text, std::size_t at, std::size_t count, int& out) {
@@ -62,7 +62,7 @@ std::optional<IgcFix> decodeIgcFix(std::string_view line) {
       !angle(line, 7, 2, 'N', 'S', f.lat) || !angle(line, 15, 3, 'E', 'W', f.lon) ||
       (line[24] != 'A' && line[24] != 'V') || !altitude(line, 25, f.pressureAltM) ||
       !altitude(line, 30, f.gnssAltM) || f.hour > 23 || f.minute > 59 || f.second > 59 ||
-      std::fabs(f.lat) > 90 || std::fabs(f.lon) > 180)
+      !isPlausibleLatLon(f.lat, f.lon))
     return std::nullopt;
   f.valid3d = line[24] == 'A';
   return f;

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "core/SafeFile.hpp"
+#include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "tracks/track_datum.hpp"
@@ -36,7 +37,7 @@ std::optional<OziTrackPoint> decodeOziTrackPoint(std::string_view line) {
   const std::vector<std::string_view> f = splitFields(line, ',');
   OziTrackPoint p;
   const auto lat = field(f, 0), lon = field(f, 1);
-  if (!lat || !lon || std::fabs(*lat) > 90 || std::fabs(*lon) > 360) return std::nullopt;
+  if (!lat || !lon || !isPlausibleLatLon(*lat, *lon, kMaxEastLonDeg)) return std::nullopt;
   p.lat = *lat;
   p.lon = *lon;
   p.startsSegment = field(f, 2).value_or(0) == 1;

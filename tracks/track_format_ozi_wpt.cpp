@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/SafeFile.hpp"
+#include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "tracks/track_datum.hpp"
@@ -53,7 +54,7 @@ bool readOziExplorerWaypointLine(std::string_view line, TBaliza& out, std::strin
   const std::vector<std::string_view> f = splitFields(line, ',');
   auto number = [&](Field i) { return static_cast<std::size_t>(i) < f.size() ? parseDouble(f[i]) : std::nullopt; };
   const auto lat = number(kLat), lon = number(kLon);
-  if (f.size() < kMinimumFields || !lat || !lon || std::fabs(*lat) > 90 || std::fabs(*lon) > 360) {
+  if (f.size() < kMinimumFields || !lat || !lon || !isPlausibleLatLon(*lat, *lon, kMaxEastLonDeg)) {
     appendMessage(message, "Error in OziExplorer waypoint format");
     return false;
   }

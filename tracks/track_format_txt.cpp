@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "core/SafeFile.hpp"
+#include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "tracks/track_datum.hpp"
@@ -13,8 +14,6 @@ namespace pixtrail {
 
 namespace {
 
-constexpr double kMinutesPerDegree = 60.0;
-constexpr double kSecondsPerDegree = 3600.0;
 constexpr int kHoursPerHalfDay = 12;
 
 // Degrees from one hemisphere letter and the one to three numbers after it.
@@ -58,7 +57,7 @@ std::optional<TCoord> parseMapSourcePosition(std::string_view text) {
   if ((latLetter != 'N' && latLetter != 'S') || (lonLetter != 'E' && lonLetter != 'W'))
     return std::nullopt;
   const auto lat = angle(latLetter, latNumbers), lon = angle(lonLetter, lonNumbers);
-  if (!lat || !lon || std::fabs(*lat) > 90 || std::fabs(*lon) > 180) return std::nullopt;
+  if (!lat || !lon || !isPlausibleLatLon(*lat, *lon)) return std::nullopt;
   return TCoord{*lon, *lat, kUnknownAltitude};
 }
 

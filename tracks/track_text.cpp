@@ -9,6 +9,7 @@
 
 #include "coords/TProyeccionUTM.hpp"
 #include "coords/coordinate_text.hpp"
+#include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "tracks/track_datum.hpp"
@@ -19,8 +20,6 @@ namespace {
 constexpr std::array<std::string_view, 13> kMonths = {"NUL", "JAN", "FEB", "MAR", "APR", "MAY", "JUN",
                                                       "JUL", "AUG", "SEP", "OCT", "NOV", "DEC"};
 constexpr int kCenturyPivot = 51;  // two-digit years below it are 20YY
-constexpr double kMaxLatDeg = 90.0;
-constexpr double kMaxLonDeg = 180.0;
 constexpr std::string_view kNoZone = "-";
 
 void appendTwoDigits(int value, std::string& out) {
@@ -90,7 +89,7 @@ bool readAngle(std::string_view text, bool isLatitude, int mode, double& value) 
     std::string ignored;  // a bad field rejects the line; its own wording is not the file's message
     if (!formattedTextToAngle(text, mode, v, latitude, ignored) || latitude != isLatitude) return false;
   }
-  if (!std::isfinite(v) || std::abs(v) > (isLatitude ? kMaxLatDeg : kMaxLonDeg)) return false;
+  if (!(isLatitude ? isPlausibleLat(v) : isPlausibleLon(v))) return false;
   value = v;
   return true;
 }
@@ -109,7 +108,7 @@ bool appendUtmFields(const TCoord& position, const FileCoordinates& file, std::s
     appendMessage(message, "UTM coordinates need the datum table");
     return false;
   }
-  if (!(std::abs(position.lat) <= kMaxLatDeg) || !(std::abs(position.lon) <= kMaxLonDeg)) {
+  if (!isPlausibleLatLon(position.lat, position.lon)) {
     appendMessage(message, "Position outside the UTM zones");
     return false;
   }
@@ -141,8 +140,7 @@ bool readUtmFields(std::string_view zone, std::string_view easting, std::string_
   grid.band = band;
   TCoord geo;
   std::string ignored;
-  if (!utmToGeographic(grid, file.datum, kWorkingDatum, geo, ignored) || !(std::abs(geo.lat) <= kMaxLatDeg) ||
-      !(std::abs(geo.lon) <= kMaxLonDeg))
+  if (!utmToGeographic(grid, file.datum, kWorkingDatum, geo, ignored) || !isPlausibleLatLon(geo.lat, geo.lon))
     return false;
   // Northing 0 of a northern band is the equator, which the band rule puts in the south (M): keep
   // such a point a tenth of a millimetre north so that it is written back as it was read.

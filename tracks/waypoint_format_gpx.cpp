@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "core/SafeFile.hpp"
+#include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "tracks/track_datum.hpp"
@@ -28,7 +29,7 @@ class WaypointHandler : public XmlElementHandler {
     if (localName(node.name()) != "wpt") return;
     const auto lat = parseDouble(node.attribute("lat").value());
     const auto lon = parseDouble(node.attribute("lon").value());
-    if (!lat || !lon || std::fabs(*lat) > 90 || std::fabs(*lon) > 360) {
+    if (!lat || !lon || !isPlausibleLatLon(*lat, *lon, kMaxEastLonDeg)) {
       ++skipped;
       return;
     }

@@ -1,9 +1,12 @@
+// gps.ini: reading, writing back, and what the rest of the program takes from it.
 #include "app/Configuration.hpp"
 
 #include <gtest/gtest.h>
 
 #include "app/Startup.hpp"
+#include "app/track_settings.hpp"
 #include "coords/TListaDatums.hpp"
+#include "tests/support/datum_fixture.hpp"
 #include "tests/support/test_support.hpp"
 
 namespace pixtrail {
@@ -142,6 +145,36 @@ TEST(Startup, LoadsTheShippedDataAndTheWorkingDatum) {
   EXPECT_EQ(message, "Error opening " + (dir / "datumsb.dat").string());
   configuration().detach();
   datumTable().setWorkingDatum(0);
+}
+
+
+TEST(TrackSettingsFromConfiguration, TakesEachSettingAndRefusesUnknownValues) {
+  ASSERT_NO_FATAL_FAILURE(test::loadShippedDatums());
+  Configuration& c = configuration();
+  c.detach();
+  std::string message;
+  TrackFileSettings s = trackFileSettingsFromConfiguration(message);
+  EXPECT_TRUE(s.track.preferGpsAltitude);
+  EXPECT_EQ(s.track.maxGapSeconds, 1800.0);
+  EXPECT_EQ(s.file.datum, kDatumWgs84);
+  EXPECT_EQ(s.file.mode, kFileDegrees);
+  c.preferGpsAltitude.set(false);
+  c.maxGapSeconds.set(600.0);
+  c.fileCoordinateMode.set(kFileUtm);
+  c.fileDatum.set("ED50");
+  s = trackFileSettingsFromConfiguration(message);
+  EXPECT_FALSE(s.track.preferGpsAltitude);
+  EXPECT_EQ(s.track.maxGapSeconds, 600.0);
+  EXPECT_EQ(s.file.mode, kFileUtm);
+  EXPECT_EQ(s.file.datum, datumTable().findByName("European 1950"));
+  EXPECT_TRUE(message.empty());
+  c.fileCoordinateMode.set(42);
+  c.fileDatum.set("Atlantis 1900");
+  s = trackFileSettingsFromConfiguration(message);
+  EXPECT_EQ(s.file.mode, kFileDegrees) << "an unknown mode falls back to degrees";
+  EXPECT_EQ(s.file.datum, kDatumWgs84);
+  EXPECT_EQ(message, "Unknown datum: Atlantis 1900");
+  c.detach();
 }
 
 }  // namespace

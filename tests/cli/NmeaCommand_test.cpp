@@ -1,19 +1,12 @@
+// The nmea command over logs and standard input: one line of output a sentence.
 #include <gtest/gtest.h>
-
-#include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "tests/support/test_support.hpp"
 
 namespace pixtrail {
 namespace {
 
-std::vector<nlohmann::json> jsonLines(const std::string& out) {
-  std::vector<nlohmann::json> lines;
-  std::stringstream in(out);
-  for (std::string line; std::getline(in, line);) lines.push_back(nlohmann::json::parse(line));
-  return lines;
-}
+using test::jsonLines;
 
 TEST(NmeaCommand, JsonLinesFollowTheLog) {
   const auto file = test::testData("nmea/track_nmeadate.nmea");
@@ -90,10 +83,9 @@ TEST(NmeaCommand, AnOverlongLineIsSkippedAndTheStreamGoesOn) {
 TEST(NmeaCommand, TakesTheDispatchSettingsFromGpsIni) {
   test::TempDir dir;
   test::writeFileBytes(dir / "gps.ini", "[General]\nUse_Checksum_NMEA=0\nComanda_NMEA_MovingMap=RMC\n");
-  const std::string config = "--config " + test::shellQuote((dir / "gps.ini").string()) + " nmea --json -";
   const std::string badGga = "$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*48\r\n";
   const std::string badRmc = "$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W*6B\r\n";
-  const auto run = test::runPixtrail(config, badGga + badRmc);
+  const auto run = test::runPixtrailWith(dir / "gps.ini", "nmea --json -", badGga + badRmc);
   ASSERT_EQ(run.status, 0) << run.err;
   const auto lines = jsonLines(run.out);
   ASSERT_EQ(lines.size(), 2u);

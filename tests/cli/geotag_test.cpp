@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "photos/TJpegExif.hpp"
-#include "tests/cli/walk_track.hpp"
+#include "tests/support/walk_track.hpp"
 #include "tests/support/test_support.hpp"
 
 namespace pixtrail {

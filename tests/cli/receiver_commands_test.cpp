@@ -11,11 +11,9 @@
 #include <chrono>
 #include <cstdio>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <thread>
 
 #include "devices/TPuertoCom.hpp"
-#include "devices/nmea_checksum.hpp"
 #include "devices/protocol_detection.hpp"
 #include "tests/devices/nmea_feeder.hpp"
 #include "tests/devices/pty_pair.hpp"
@@ -26,10 +24,7 @@ namespace {
 
 using test::shellQuote;
 
-std::string sentence(const std::string& body) {
-  const auto sum = nmeaChecksumText(nmeaChecksum(body));
-  return "$" + body + "*" + std::string(sum.data(), 2) + "\r\n";
-}
+using test::nmeaSentence;
 
 // One epoch a second along a line heading north-east: RMC (with the date) and GGA.
 std::vector<std::string> walk(int seconds) {
@@ -39,8 +34,8 @@ std::vector<std::string> walk(int seconds) {
     std::snprintf(time, sizeof time, "1030%02d", i);
     std::snprintf(lat, sizeof lat, "4807.%03d", 100 + i);
     std::snprintf(lon, sizeof lon, "01131.%03d", 200 + i);
-    lines.push_back(sentence(std::string("GPRMC,") + time + ",A," + lat + ",N," + lon + ",E,5.0,45.0,150626,,"));
-    lines.push_back(sentence(std::string("GPGGA,") + time + "," + lat + ",N," + lon + ",E,1,07,1.1,512.0,M,47.0,M,,"));
+    lines.push_back(nmeaSentence(std::string("GPRMC,") + time + ",A," + lat + ",N," + lon + ",E,5.0,45.0,150626,,"));
+    lines.push_back(nmeaSentence(std::string("GPGGA,") + time + "," + lat + ",N," + lon + ",E,1,07,1.1,512.0,M,47.0,M,,"));
   }
   return lines;
 }
@@ -49,6 +44,7 @@ class ReceiverCommandTest : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(pty.ok()); }
   std::string config() const { return "--config " + shellQuote((dir / "gps.ini").string()) + " "; }
+  test::CommandOutput pixtrail(const std::string& arguments) { return test::runPixtrailWith(dir / "gps.ini", arguments); }
   int trackPoints(const std::string& file) {
     const auto info = test::runPixtrail("info --json " + shellQuote((dir / file).string()));
     if (info.status != 0) return -1;
@@ -62,12 +58,12 @@ class ReceiverCommandTest : public ::testing::Test {
 
 TEST_F(ReceiverCommandTest, DetectNamesTheProtocolAndRemembersIt) {
   test::NmeaFeeder feeder(pty, walk(3), 100);
-  auto run = test::runPixtrail(config() + "detect --port " + shellQuote(pty.slavePath()));
+  auto run = pixtrail("detect --port " + shellQuote(pty.slavePath()));
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(run.out, "NMEA\n");
   EXPECT_NE(test::readFileBytes(dir / "gps.ini").find("Last_Autodetect_Protocol=1"), std::string::npos);
 
-  run = test::runPixtrail(config() + "detect --json --port " + shellQuote(pty.slavePath()));
+  run = pixtrail("detect --json --port " + shellQuote(pty.slavePath()));
   ASSERT_EQ(run.status, 0) << run.err;
   const auto json = nlohmann::json::parse(run.out);
   EXPECT_EQ(json["protocol"], "NMEA");
@@ -76,31 +72,28 @@ TEST_F(ReceiverCommandTest, DetectNamesTheProtocolAndRemembersIt) {
 
 TEST_F(ReceiverCommandTest, DetectOnASilentLineFailsWithinItsTimeout) {
   const auto start = std::chrono::steady_clock::now();
-  const auto run = test::runPixtrail(config() + "detect --timeout 500 --port " + shellQuote(pty.slavePath()));
+  const auto run = pixtrail("detect --timeout 500 --port " + shellQuote(pty.slavePath()));
   const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.out, "");
   EXPECT_NE(run.err.find(std::string(kNmeaSilent)), std::string::npos) << run.err;
   EXPECT_LT(ms, 3000);
 
-  const auto missing = test::runPixtrail(config() + "detect --port /dev/no-such-gps");
+  const auto missing = pixtrail("detect --port /dev/no-such-gps");
   EXPECT_EQ(missing.status, 1);
   EXPECT_EQ(missing.err.rfind("CreateFile lasterror= 2", 0), 0u) << missing.err;
 }
 
 TEST_F(ReceiverCommandTest, LiveFixRecordsEveryPositionUntilTheTimeIsUp) {
-  const auto lines = walk(40);
-  test::NmeaFeeder feeder(pty, lines, 20);
-  const auto run = test::runPixtrail(config() + "nmea --json --seconds 1.2 --record " +
-                                     shellQuote((dir / "live.gpx").string()) + " --port " + shellQuote(pty.slavePath()));
+  test::NmeaFeeder feeder(pty, walk(40), 20);
+  const auto run = pixtrail("nmea --json --seconds 1.2 --record " + shellQuote((dir / "live.gpx").string()) +
+                            " --port " + shellQuote(pty.slavePath()));
   feeder.stop();
   ASSERT_EQ(run.status, 0) << run.err;
-  std::stringstream out(run.out);
-  int changed = 0, total = 0;
-  for (std::string line; std::getline(out, line); ++total) {
-    const auto json = nlohmann::json::parse(line);
-    EXPECT_TRUE(json["checksum_ok"].get<bool>()) << line;
-    changed += json["changed"].get<bool>();
+  const auto lines = test::jsonLines(run.out);
+  const int total = static_cast<int>(lines.size());
+  for (const auto& json : lines) {
+    EXPECT_TRUE(json["checksum_ok"].get<bool>()) << json;
     EXPECT_NEAR(json["fix"]["lat"].get<double>(), 48.118, 0.01);
   }
   EXPECT_GT(total, 20) << "a sentence every 20 ms for over a second";
@@ -111,7 +104,7 @@ TEST_F(ReceiverCommandTest, LiveFixRecordsEveryPositionUntilTheTimeIsUp) {
   EXPECT_NE(run.err.find("positions recorded in"), std::string::npos) << run.err;
 
   // An existing recording is never replaced.
-  const auto again = test::runPixtrail(config() + "nmea --seconds 0.2 --record " + shellQuote((dir / "live.gpx").string()) +
+  const auto again = pixtrail("nmea --seconds 0.2 --record " + shellQuote((dir / "live.gpx").string()) +
                                        " --port " + shellQuote(pty.slavePath()));
   EXPECT_EQ(again.status, 2);
 }
@@ -134,7 +127,7 @@ TEST_F(ReceiverCommandTest, CtrlCAndUnpluggingKeepWhatWasReceived) {
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     pty.closeMaster();
   });
-  const auto run = test::runPixtrail(config() + "nmea --seconds 10 --record " + shellQuote((dir / "pulled.gpx").string()) +
+  const auto run = pixtrail("nmea --seconds 10 --record " + shellQuote((dir / "pulled.gpx").string()) +
                                      " --port " + shellQuote(pty.slavePath()));
   device.join();
   EXPECT_EQ(run.status, 1);
@@ -148,12 +141,12 @@ TEST_F(ReceiverCommandTest, LiveFixWarnsOfSilenceAndOfSentencesWithoutAPosition)
     std::string_view warning;
   } rows[] = {
       {{}, kNmeaSilent},
-      {{sentence("GPGSV,1,1,01,07,45,120,38")}, "No se reciben mensajes NMEA de posicion"},
+      {{nmeaSentence("GPGSV,1,1,01,07,45,120,38")}, "No se reciben mensajes NMEA de posicion"},
   };
   for (const auto& row : rows) {
     std::unique_ptr<test::NmeaFeeder> feeder;
     if (!row.lines.empty()) feeder = std::make_unique<test::NmeaFeeder>(pty, row.lines, 50);
-    const auto run = test::runPixtrail(config() + "nmea --timeout 300 --seconds 1 --port " + shellQuote(pty.slavePath()));
+    const auto run = pixtrail("nmea --timeout 300 --seconds 1 --port " + shellQuote(pty.slavePath()));
     if (feeder) feeder->stop();
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_NE(run.err.find(std::string(row.warning)), std::string::npos) << run.err;
@@ -229,17 +222,15 @@ TEST_F(ReceiverCommandTest, GpsdRawSentencesGiveTheFixAndItsJsonIsSkipped) {
   auto lines = walk(3);
   lines.insert(lines.begin() + 2, "{\"class\":\"TPV\",\"mode\":3,\"lat\":1.0,\"lon\":2.0}\r\n");
   FakeGpsd gpsd(lines);
-  const auto run = test::runPixtrail(config() + "nmea --json --seconds 5 --gpsd 127.0.0.1:" + std::to_string(gpsd.port()));
+  const auto run = pixtrail("nmea --json --seconds 5 --gpsd 127.0.0.1:" + std::to_string(gpsd.port()));
   EXPECT_EQ(run.status, 1) << "gpsd went away before the time was up";
   EXPECT_NE(run.err.find("gpsd closed the connection"), std::string::npos) << run.err;
   EXPECT_EQ(gpsd.watchRequest(), "?WATCH={\"enable\":true,\"raw\":1}\n");
-  std::stringstream out(run.out);
-  int total = 0;
-  for (std::string line; std::getline(out, line); ++total)
-    EXPECT_NEAR(nlohmann::json::parse(line)["fix"]["lat"].get<double>(), 48.1185, 0.001) << line;
-  EXPECT_EQ(total, 6);
+  const auto fixes = test::jsonLines(run.out);
+  for (const auto& json : fixes) EXPECT_NEAR(json["fix"]["lat"].get<double>(), 48.1185, 0.001) << json;
+  EXPECT_EQ(fixes.size(), 6u);
 
-  const auto nobody = test::runPixtrail(config() + "nmea --seconds 1 --gpsd 127.0.0.1:1");
+  const auto nobody = pixtrail("nmea --seconds 1 --gpsd 127.0.0.1:1");
   EXPECT_EQ(nobody.status, 1);
   EXPECT_EQ(nobody.err.rfind("connect lasterror= ", 0), 0u) << nobody.err;
 }

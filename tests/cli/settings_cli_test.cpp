@@ -34,7 +34,7 @@ class SettingsCli : public ::testing::Test {
   // Runs with gps.ini holding `ini` (CR LF line ends, as the program writes it).
   test::CommandOutput run(const std::string& ini, const std::string& arguments) {
     test::writeFileBytes(dir / "gps.ini", ini);
-    return test::runPixtrail("--config " + shellQuote((dir / "gps.ini").string()) + " " + arguments);
+    return test::runPixtrailWith(dir / "gps.ini", arguments);
   }
   std::string file(const std::string& name) const { return shellQuote((dir / name).string()); }
   nlohmann::json geotag(const std::string& ini, const std::string& options) {
@@ -99,16 +99,8 @@ TEST_F(SettingsCli, PositionTakesTheGapAndConvertTheFileCoordinates) {
 
 // Two GGA fixes a minute apart: times of day, no date anywhere in the log.
 std::string ggaLog() {
-  std::string log;
-  for (const char* body : {"GPGGA,235930,4024.600,N,00345.000,W,1,08,0.9,650.0,M,51.0,M,,",
-                           "GPGGA,000030,4024.700,N,00345.000,W,1,08,0.9,655.0,M,51.0,M,,"}) {
-    unsigned char sum = 0;
-    for (const char* c = body; *c; ++c) sum ^= static_cast<unsigned char>(*c);
-    char tail[8];
-    std::snprintf(tail, sizeof tail, "*%02X\r\n", sum);
-    log += std::string("$") + body + tail;
-  }
-  return log;
+  return test::nmeaSentence("GPGGA,235930,4024.600,N,00345.000,W,1,08,0.9,650.0,M,51.0,M,,") +
+         test::nmeaSentence("GPGGA,000030,4024.700,N,00345.000,W,1,08,0.9,655.0,M,51.0,M,,");
 }
 
 TEST_F(SettingsCli, DateOptionDatesLogsOfTimesOfDay) {

@@ -1,21 +1,17 @@
+// info, convert, position and kml as a user runs them, over our own and the foreign formats.
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include "tests/support/test_support.hpp"
 
 namespace pixtrail {
 namespace {
 
-using test::runPixtrail;
 using test::shellQuote;
 
-std::string walk() { return test::testData("tracks/walk.TRK").string(); }
+const auto run = [](const std::string& arguments) { return test::runPixtrailAlone(arguments); };
 
-// Every run with a configuration of its own, so the user's gps.ini plays no part.
-test::CommandOutput run(const std::string& arguments) {
-  const test::TempDir config;
-  return runPixtrail("--config " + shellQuote((config / "gps.ini").string()) + " " + arguments);
-}
+std::string walk() { return test::testData("tracks/walk.TRK").string(); }
+std::string sample(const std::string& name) { return shellQuote(test::testData(name).string()); }
 
 TEST(TracksCli, InfoReportsTheRecalculatedTrack) {
   const auto r = run("info --json " + shellQuote(walk()));
@@ -75,6 +71,47 @@ TEST(TracksCli, PositionAtTimes) {
   EXPECT_NEAR(j[0]["alt"].get<double>(), 652.5, 1e-4);
   EXPECT_EQ(j[1]["status"], "not-covered");
   EXPECT_TRUE(j[1]["lat"].is_null());
+}
+
+TEST(FormatsCli, ConvertReachesEveryForeignReaderAndWriter) {
+  test::TempDir dir;
+  // Input, output name, expected status: every foreign reader into GPX, and GPX into each writer.
+  const struct { std::string in, out; int status; } rows[] = {
+      {sample("formats/igc2.igc"), "a.gpx", 0},
+      {sample("formats/track_20070813_short.plt"), "b.gpx", 0},
+      {sample("nmea/track.nmea"), "c.gpx", 0},
+      {sample("formats/track_magellandate.log"), "d.gpx", 0},
+      {sample("formats/garmin_txt.txt"), "e.gpx", 0},
+      {sample("formats/track_gpx_garmin_extensions.gpx"), "f.plt", 0},
+      {sample("formats/track_gpx_garmin_extensions.gpx"), "g.IGC", 0},
+      {sample("formats/track_gpx_garmin_extensions.gpx"), "h.log", 0},
+      {sample("formats/track_gpx_garmin_extensions.gpx"), "i.fpt", 2},  // undocumented own format
+      {sample("formats/track_gpx_garmin_extensions.gpx"), "j.csv", 2},  // CSV opens but never saves
+  };
+  for (const auto& r : rows) {
+    const std::string out = (dir / r.out).string();
+    const auto result = run("convert " + r.in + " " + shellQuote(out));
+    EXPECT_EQ(result.status, r.status) << r.in << " -> " << r.out << ": " << result.err;
+    if (r.status == 0) {
+      EXPECT_TRUE(std::filesystem::exists(out)) << out;
+    }
+  }
+}
+
+TEST(FormatsCli, KmlOfTracksAndPins) {
+  test::TempDir dir;
+  const std::string out = (dir / "trip.kml").string();
+  auto r = run("kml -o " + shellQuote(out) + " " + sample("formats/igc2.igc") + " " +
+               sample("formats/track_20070813_short.plt") + " --waypoints " + sample("formats/ozi.wpt"));
+  ASSERT_EQ(r.status, 0) << r.err;
+  const std::string kml = test::readFileBytes(out);
+  std::size_t tracks = 0, pins = 0;
+  for (std::size_t at = 0; (at = kml.find("<gx:MultiTrack>", at)) != std::string::npos; ++at) ++tracks;
+  for (std::size_t at = 0; (at = kml.find("<Point>", at)) != std::string::npos; ++at) ++pins;
+  EXPECT_EQ(tracks, 2u);
+  EXPECT_GT(pins, 5u);
+  EXPECT_EQ(run("kml -o " + shellQuote(out) + " " + sample("formats/igc2.igc")).status, 1) << "existing file kept";
+  EXPECT_EQ(run("kml -o " + shellQuote((dir / "x.kml").string()) + " /nonexistent.gpx").status, 2);
 }
 
 }  // namespace

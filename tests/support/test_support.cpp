@@ -5,6 +5,7 @@
 #endif
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <random>
@@ -79,6 +80,59 @@ CommandOutput runPixtrail(const std::string& arguments, const std::string& stdin
 
 bool haveTool(const std::string& name) {
   return std::system(("command -v " + shellQuote(name) + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+CommandOutput runPixtrailWith(const std::filesystem::path& config, const std::string& arguments,
+                              const std::string& stdinText) {
+  return runPixtrail("--config " + shellQuote(config.string()) + " " + arguments, stdinText);
+}
+
+CommandOutput runPixtrailAlone(const std::string& arguments, const std::string& stdinText) {
+  const TempDir config;
+  return runPixtrailWith(config / "gps.ini", arguments, stdinText);
+}
+
+std::vector<nlohmann::json> jsonLines(const std::string& text) {
+  std::vector<nlohmann::json> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(nlohmann::json::parse(line));
+  return lines;
+}
+
+std::string nmeaSentence(const std::string& body) {
+  unsigned sum = 0;
+  for (const char c : body) sum ^= static_cast<unsigned char>(c);
+  char tail[8];
+  std::snprintf(tail, sizeof tail, "*%02X\r\n", sum);
+  return "$" + body + tail;
+}
+
+bool oracleLive(const std::string& tools) {
+  if (std::getenv("PIXTRAIL_GOLDEN_ONLY") != nullptr) return false;
+  std::istringstream names(tools);
+  for (std::string name; names >> name;)
+    if (!haveTool(name)) return false;
+  return true;
+}
+
+CommandOutput oracleOutput(const std::string& tool, const std::string& commandLine, const std::string& golden) {
+  const std::filesystem::path stored = testData("golden") / golden;
+  if (!oracleLive(tool)) {
+    CommandOutput result;
+    if (!std::filesystem::exists(stored)) {
+      result.err = tool + " is not installed and there is no stored output " + stored.string();
+      return result;
+    }
+    result.status = 0;
+    result.out = readFileBytes(stored);
+    return result;
+  }
+  CommandOutput result = runCommand(commandLine);
+  if (std::getenv("PIXTRAIL_UPDATE_GOLDEN") != nullptr && result.status == 0) {
+    std::filesystem::create_directories(stored.parent_path());
+    writeFileBytes(stored, result.out);
+  }
+  return result;
 }
 
 }  // namespace pixtrail::test

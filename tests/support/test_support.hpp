@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 namespace pixtrail::test {
 
 // The project's own test inputs (tests/data).
@@ -36,8 +38,26 @@ struct CommandOutput {
 CommandOutput runCommand(const std::string& commandLine, const std::string& stdinText = "");
 // Runs the pixtrail program built with the tests, arguments already quoted as needed.
 CommandOutput runPixtrail(const std::string& arguments, const std::string& stdinText = "");
+// The same with `config` as its gps.ini, so that the user's own settings play no part.
+CommandOutput runPixtrailWith(const std::filesystem::path& config, const std::string& arguments,
+                              const std::string& stdinText = "");
+// The same with a gps.ini of its own in a folder removed afterwards.
+CommandOutput runPixtrailAlone(const std::string& arguments, const std::string& stdinText = "");
+// Output of one JSON document a line.
+std::vector<nlohmann::json> jsonLines(const std::string& text);
+// "$" + body + "*hh" + CR LF, the checksum worked out here rather than by the program's own code.
+std::string nmeaSentence(const std::string& body);
 // True when an external tool (an oracle) is on the PATH.
 bool haveTool(const std::string& name);
 std::string shellQuote(const std::string& text);
+
+// An independent tool's answer. With the tool installed, `commandLine` runs (and its output is
+// stored as tests/data/golden/`golden` when PIXTRAIL_UPDATE_GOLDEN is set); without it, or with
+// PIXTRAIL_GOLDEN_ONLY set, the output the tool gave when it was stored is read back instead, so
+// the comparison still runs. Only the standard output is stored: the command must not print the
+// test's temporary paths there.
+CommandOutput oracleOutput(const std::string& tool, const std::string& commandLine, const std::string& golden);
+// Whether oracleOutput() runs the tools (names apart by blanks) itself.
+bool oracleLive(const std::string& tools);
 
 }  // namespace pixtrail::test

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <sstream>
 
+#include "core/angles.hpp"
 #include "tests/support/test_support.hpp"
 #include "tracks/TVolGPS.hpp"
 
@@ -26,10 +27,10 @@ TEST(TrackGeodesyOracle, StepDistancesMatchGeodSolve) {
   for (const double lat : lats)
     for (const double d : lengthsDeg)
       for (const double h : headings) {
-        const double r = h * M_PI / 180.0;
+        const double r = h * kRadPerDeg;
         const double lon = lat > 0 ? 179.99 : -3.7;
         steps.push_back({{lon, lat, 0},
-                         {lon + d * std::sin(r) / std::cos(lat * M_PI / 180.0), lat + d * std::cos(r), 0},
+                         {lon + d * std::sin(r) / std::cos(lat * kRadPerDeg), lat + d * std::cos(r), 0},
                          std::abs(lat) <= 80.0 ? 1e-6 : 4e-6});
       }
   steps.push_back({{-3.7, 40.4, 0}, {-2.2, 41.3, 0}, 5e-3});

@@ -7,6 +7,7 @@
 #include "app/Configuration.hpp"
 #include "coords/TListaDatums.hpp"
 #include "coords/coordinate_text.hpp"
+#include "core/angles.hpp"
 #include "tests/support/datum_fixture.hpp"
 #include "tests/support/test_support.hpp"
 
@@ -374,7 +375,7 @@ TEST(NativeCoordinateFields, UtmModeMatchesGeoConvertAndReadsBackToTheMetre) {
     TCoord back;
     ASSERT_TRUE(readPositionFields(f.a, f.b, f.c, utm, back, message)) << out;
     EXPECT_NEAR(back.lat, r.lat, 1e-5) << out;   // 1 m is 9e-6 degree of latitude
-    EXPECT_NEAR(back.lon, r.lon, 1.2e-5 / std::cos(r.lat * M_PI / 180)) << out;
+    EXPECT_NEAR(back.lon, r.lon, 1.2e-5 / std::cos(r.lat * kRadPerDeg)) << out;
     std::string again;
     ASSERT_TRUE(appendPositionFields(back, utm, again, message));
     EXPECT_EQ(again, out) << "whole metres write back as they were read";

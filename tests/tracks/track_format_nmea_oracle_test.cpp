@@ -9,14 +9,14 @@ namespace {
 
 TEST(NmeaOracle, LoggerFilesAgreeWithGpsbabel) {
   if (!test::haveTool("gpsbabel")) GTEST_SKIP() << "gpsbabel missing";
-  const auto file = test::testData("formats/track.nmea");
+  const auto file = test::testData("nmea/track.nmea");
   TVolGPS t;
   std::string message;
   ASSERT_TRUE(openTrack(file, t, {}, message)) << message;
   test::expectSamePoints(t, test::gpsbabelRead("nmea", file), 0.001, "track.nmea");
 
   // A GGA-only log dated by the user, across midnight.
-  const auto gga = test::testData("formats/track_adddate.nmea");
+  const auto gga = test::testData("nmea/track_adddate.nmea");
   TrackFileSettings settings;
   settings.logDate = DateTimeRecord{1, 1, 2010, 0, 0, 0};
   TVolGPS dated;

@@ -106,11 +106,11 @@ TEST(MagellanLog, ReadWriteAndTheSystemsMessage) {
 
 TEST(MagellanLog, PlainNmeaLogsNamedLogAreSniffed) {
   test::TempDir dir;
-  test::writeFileBytes(dir / "logger.log", test::readFileBytes(test::testData("formats/track.nmea")));
+  test::writeFileBytes(dir / "logger.log", test::readFileBytes(test::testData("nmea/track.nmea")));
   TVolGPS asLog, asNmea;
   std::string message;
   ASSERT_TRUE(openTrack(dir / "logger.log", asLog, {}, message)) << message;
-  ASSERT_TRUE(openTrack(test::testData("formats/track.nmea"), asNmea, {}, message)) << message;
+  ASSERT_TRUE(openTrack(test::testData("nmea/track.nmea"), asNmea, {}, message)) << message;
   ASSERT_EQ(asLog.pointCount(), asNmea.pointCount());
   EXPECT_GT(asLog.pointCount(), 100u);
 }

@@ -159,8 +159,6 @@ SimProfile simProfile(const std::string& name) {
   return p;
 }
 
-std::vector<std::string> simProfileNames() { return {"old", "serial", "usb"}; }
-
 GarminUnitSim::GarminUnitSim(SimProfile profile, int trackPoints) : profile_(std::move(profile)) {
   waypoints = sampleWaypoints(profile_.caps.D1XX);
   routes = sampleRoutes(profile_, waypoints);
@@ -200,10 +198,7 @@ std::vector<TPaqueteDatosGarmin> GarminUnitSim::transfer(std::uint16_t command) 
   }
   std::vector<TPaqueteDatosGarmin> out;
   out.emplace_back(kRecords, u16Data(static_cast<std::uint16_t>(records.size())));
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    if (faults.stopAfterRecords >= 0 && static_cast<int>(i) >= faults.stopAfterRecords) return out;
-    out.push_back(std::move(records[i]));
-  }
+  for (auto& record : records) out.push_back(std::move(record));
   out.emplace_back(kXferCmplt, u16Data(command));
   return out;
 }
@@ -332,7 +327,6 @@ std::vector<TPaqueteDatosGarmin> GarminUnitSim::handle(const TPaqueteDatosGarmin
         else
           tracks = inTracks_;
       }
-      ++uploadsCompleted_;
       break;
     }
     case kWptData: case kRteHdr: case kRteWptData: case kRteLinkData: case kTrkHdr: case kTrkData:
@@ -376,16 +370,7 @@ bool SerialDeframer::next(TPaqueteDatosGarmin& out) {
 void GarminUnitSim::serveSerial(int fd, const std::atomic<bool>& stop) {
   SerialDeframer deframer;
   std::deque<TPaqueteDatosGarmin> pending;
-  auto sendFrame = [fd](const TPaqueteDatosGarmin& p) {
-    const std::string frame = serialFrame(p);
-    std::size_t done = 0;
-    while (done < frame.size()) {
-      const ssize_t n = ::write(fd, frame.data() + done, frame.size() - done);
-      if (n <= 0) return false;
-      done += static_cast<std::size_t>(n);
-    }
-    return true;
-  };
+  auto sendFrame = [fd](const TPaqueteDatosGarmin& p) { return writeAll(fd, serialFrame(p)); };
   // Reads what arrives within `waitMs`; false when the line is gone.
   auto pump = [&](int waitMs) {
     pollfd p{fd, POLLIN, 0};
@@ -420,10 +405,6 @@ void GarminUnitSim::serveSerial(int fd, const std::atomic<bool>& stop) {
   };
   auto process = [&](const TPaqueteDatosGarmin& in) {
     if (in.id == kAck || in.id == kNak) return;
-    if (faults.nakEverything) {
-      sendFrame(TPaqueteDatosGarmin(kNak, u16Data(in.id)));
-      return;
-    }
     // The packet takes effect before its ACK leaves, as on a unit: a host that saw the ACK of
     // "stop PVT" finds the fixes stopped.
     const auto answers = handle(in);
@@ -479,6 +460,20 @@ std::string SimUsbEndpoints::readInterrupt() {
   return {};
 }
 
+bool SimUsbEndpoints::readInterruptPiece(std::size_t size, std::string& piece) {
+  piece.clear();
+  if (interruptLeft_.empty() && lastPieceFull_) {
+    lastPieceFull_ = false;
+    return true;
+  }
+  if (interruptLeft_.empty()) interruptLeft_ = readInterrupt();
+  if (interruptLeft_.empty()) return false;
+  piece = interruptLeft_.substr(0, size);
+  interruptLeft_.erase(0, piece.size());
+  lastPieceFull_ = piece.size() == size;
+  return true;
+}
+
 std::string SimUsbEndpoints::readBulk() {
   std::lock_guard lock(mutex_);
   if (dropBulkReads > 0) {
@@ -490,6 +485,25 @@ std::string SimUsbEndpoints::readBulk() {
   std::string front = std::move(bulk_.front());
   bulk_.pop_front();
   return front;
+}
+
+bool readAll(int fd, char* out, std::size_t n) {
+  while (n > 0) {
+    const ssize_t got = ::read(fd, out, n);
+    if (got <= 0) return false;
+    out += got;
+    n -= static_cast<std::size_t>(got);
+  }
+  return true;
+}
+
+bool writeAll(int fd, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t done = ::write(fd, bytes.data(), bytes.size());
+    if (done <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(done));
+  }
+  return true;
 }
 
 }  // namespace pixtrail::sim

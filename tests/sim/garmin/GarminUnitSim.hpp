@@ -10,6 +10,7 @@
 #include <functional>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "devices/Capacidades_garmin.hpp"
@@ -41,13 +42,10 @@ struct SimProfile {
 // "old" (no protocol array: D100, D200, D300), "serial" (A100/D108, A201/D202/D108/D210,
 // A301/D310/D301), "usb" (D110, A302/D312/D304, A1006, A906). Unknown names give "serial".
 SimProfile simProfile(const std::string& name);
-std::vector<std::string> simProfileNames();
 
 // Faults the unit can show, for tests of the host's error paths.
 struct SimFaults {
-  int stopAfterRecords = -1;  // goes silent after sending this many data records of a transfer
-  bool nakEverything = false; // answers every packet with a NAK
-  bool noArray = false;       // withholds the protocol array even when the profile has one
+  bool noArray = false;  // withholds the protocol array even when the profile has one
 };
 
 class GarminUnitSim {
@@ -75,9 +73,6 @@ class GarminUnitSim {
   // Serves a serial line on `fd` (a pseudo-terminal master) until `stop` is set or the line dies.
   void serveSerial(int fd, const std::atomic<bool>& stop);
 
-  // The record counts of the last uploads, for tests.
-  int uploadsCompleted() const { return uploadsCompleted_; }
-
  private:
   std::vector<TPaqueteDatosGarmin> transfer(std::uint16_t command);
   void takeUpload(const TPaqueteDatosGarmin& in);
@@ -93,7 +88,6 @@ class GarminUnitSim {
   std::vector<GarminCourse> inCourses_;
   std::vector<GarminCourseLap> inLaps_;
   std::vector<SimTrack> inCourseTracks_;
-  int uploadsCompleted_ = 0;
 };
 
 // Bytes from a serial line into packets: leading noise and frames that fail their checks are
@@ -116,6 +110,9 @@ class SimUsbEndpoints {
   // A read returns 0 bytes when there is nothing to give.
   std::string readInterrupt();
   std::string readBulk();
+  // The interrupt pipe read in pieces of `size` bytes, as a host reads it: false when nothing
+  // waits; an empty piece ends a packet that filled its last piece exactly.
+  bool readInterruptPiece(std::size_t size, std::string& piece);
   // The next this many bulk reads give nothing, each after announcing data on the interrupt pipe.
   int dropBulkReads = 0;
 
@@ -124,6 +121,12 @@ class SimUsbEndpoints {
   std::mutex mutex_;
   std::deque<std::string> interrupt_;
   std::deque<std::string> bulk_;
+  std::string interruptLeft_;
+  bool lastPieceFull_ = false;
 };
+
+// Whole reads and writes on a descriptor, whatever pieces the system moves at a time.
+bool readAll(int fd, char* out, std::size_t n);
+bool writeAll(int fd, std::string_view bytes);
 
 }  // namespace pixtrail::sim

@@ -13,18 +13,10 @@ class SimUsbLink : public GarminUsbLink {
  public:
   explicit SimUsbLink(SimUsbEndpoints& endpoints) : endpoints_(endpoints) {}
   int readInterrupt(char* buffer, int size, int) override {
-    // The interrupt pipe hands out a packet in pieces of the pipe's packet size.
-    // A packet that filled its last piece exactly is ended by an empty read.
-    if (interruptLeft_.empty() && lastPieceFull_) {
-      lastPieceFull_ = false;
-      return 0;
-    }
-    if (interruptLeft_.empty()) interruptLeft_ = endpoints_.readInterrupt();
-    const std::size_t n = std::min(interruptLeft_.size(), static_cast<std::size_t>(size));
-    std::memcpy(buffer, interruptLeft_.data(), n);
-    interruptLeft_.erase(0, n);
-    lastPieceFull_ = n == static_cast<std::size_t>(size);
-    return static_cast<int>(n);
+    std::string piece;
+    endpoints_.readInterruptPiece(static_cast<std::size_t>(size), piece);
+    std::memcpy(buffer, piece.data(), piece.size());
+    return static_cast<int>(piece.size());
   }
   int readBulk(char* buffer, int size, int) override {
     const std::string packet = endpoints_.readBulk();
@@ -42,8 +34,6 @@ class SimUsbLink : public GarminUsbLink {
 
  private:
   SimUsbEndpoints& endpoints_;
-  std::string interruptLeft_;
-  bool lastPieceFull_ = false;
 };
 
 }  // namespace pixtrail::sim

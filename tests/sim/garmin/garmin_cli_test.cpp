@@ -12,7 +12,7 @@ class GarminCli : public ::testing::Test {
  protected:
   // Each run gets a configuration folder of its own, so protocol.dat starts empty.
   test::CommandOutput run(const std::string& arguments) {
-    return test::runPixtrail("--config " + test::shellQuote((dir_ / "gps.ini").string()) + " " + arguments);
+    return test::runPixtrailWith(dir_ / "gps.ini", arguments);
   }
   test::TempDir dir_;
 };

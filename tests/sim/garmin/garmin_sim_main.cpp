@@ -7,12 +7,7 @@
 // With PIXTRAIL_GARMIN_SIM_USB set to a socket path it also serves the USB stand-in library
 // (libpixtrail_garmin_usb_shim.so, loaded with LD_PRELOAD) on that socket.
 
-#include <fcntl.h>
 #include <signal.h>
-#include <stdlib.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -22,8 +17,10 @@
 #include <string>
 #include <thread>
 
+#include "tests/devices/pty_pair.hpp"
 #include "tests/sim/garmin/GarminUnitSim.hpp"
 #include "tests/sim/garmin/usb_shim_protocol.hpp"
+#include "tests/sim/sim_line.hpp"
 
 using namespace pixtrail;
 using namespace pixtrail::sim;
@@ -49,20 +46,13 @@ int main(int argc, char** argv) {
       return 2;
     }
   }
-  const int master = ::posix_openpt(O_RDWR | O_NOCTTY);
-  if (master < 0 || ::grantpt(master) != 0 || ::unlockpt(master) != 0) {
+  test::PtyPair pty;
+  if (!pty.ok()) {
     std::perror("posix_openpt");
     return 1;
   }
-  const std::string slave = ::ptsname(master);
-  // Keep the terminal open and raw, so that nothing echoes before a client sets it up and the
-  // line survives clients that come and go.
-  const int keep = ::open(slave.c_str(), O_RDWR | O_NOCTTY);
-  termios tio{};
-  if (keep >= 0 && ::tcgetattr(keep, &tio) == 0) {
-    ::cfmakeraw(&tio);
-    ::tcsetattr(keep, TCSANOW, &tio);
-  }
+  const std::string slave = pty.slavePath();
+  const int keep = holdRawLine(slave);
   if (!link.empty()) {
     std::error_code ec;
     std::filesystem::remove(link, ec);
@@ -79,11 +69,10 @@ int main(int argc, char** argv) {
   }
   std::printf("%s\n", slave.c_str());
   std::fflush(stdout);
-  unit.serveSerial(master, gStop);
+  unit.serveSerial(pty.master(), gStop);
   gStop = true;
   if (usbThread.joinable()) usbThread.join();
   if (!link.empty()) std::filesystem::remove(link);
   ::close(keep);
-  ::close(master);
   return 0;
 }

@@ -1,8 +1,6 @@
 #pragma once
 // A simulated unit serving one end of a pseudo-terminal pair (and, when asked, the USB stand-in's
 // socket) from a thread of the test.
-#include <fcntl.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -11,25 +9,18 @@
 
 #include <gtest/gtest.h>
 
-#include "devices/TPuertoCom.hpp"
 #include "tests/devices/pty_pair.hpp"
 #include "tests/sim/garmin/GarminUnitSim.hpp"
 #include "tests/sim/garmin/usb_shim_protocol.hpp"
+#include "tests/sim/sim_line.hpp"
 #include "tests/support/test_support.hpp"
 
 namespace pixtrail::sim {
 
 class SimOnPty {
  public:
-  explicit SimOnPty(const std::string& profile, int trackPoints = 25) : unit(simProfile(profile), trackPoints) {
-    // Raw from the start and held open, as the simulator program does.
-    keep_ = ::open(pty.slavePath().c_str(), O_RDWR | O_NOCTTY);
-    termios tio{};
-    if (keep_ >= 0 && ::tcgetattr(keep_, &tio) == 0) {
-      ::cfmakeraw(&tio);
-      ::tcsetattr(keep_, TCSANOW, &tio);
-    }
-  }
+  explicit SimOnPty(const std::string& profile, int trackPoints = 25)
+      : unit(simProfile(profile), trackPoints), keep_(holdRawLine(pty.slavePath())) {}
   ~SimOnPty() { stop(); if (keep_ >= 0) ::close(keep_); }
 
   void start() {
@@ -57,16 +48,7 @@ class SimOnPty {
   std::atomic<bool> stop_{false};
   std::thread serial_, usb_;
   std::string socket_;
-  int keep_ = -1;
+  int keep_;
 };
-
-// The host's end of the simulated line, opened as the program opens a serial port.
-inline std::unique_ptr<TPuertoCom> openLine(const std::string& path) {
-  auto port = createPuertoCom();
-  EXPECT_TRUE(port->openPath(path, false)) << path;
-  port->setState(9600);
-  port->setTimeouts();
-  return port;
-}
 
 }  // namespace pixtrail::sim

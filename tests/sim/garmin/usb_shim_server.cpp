@@ -1,3 +1,4 @@
+// The simulator side of the USB stand-in (see usb_shim_protocol.hpp).
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -15,30 +16,8 @@ namespace pixtrail::sim {
 
 namespace {
 
-bool readAll(int fd, char* out, std::size_t n) {
-  while (n > 0) {
-    const ssize_t got = ::read(fd, out, n);
-    if (got <= 0) return false;
-    out += got;
-    n -= static_cast<std::size_t>(got);
-  }
-  return true;
-}
-
-bool writeAll(int fd, const std::string& bytes) {
-  std::size_t done = 0;
-  while (done < bytes.size()) {
-    const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
-    if (n <= 0) return false;
-    done += static_cast<std::size_t>(n);
-  }
-  return true;
-}
-
-// One client connection: its interrupt pipe hands packets out in pieces of the asked size.
+// One client connection at a time, until it goes or `stop` is set.
 void serveClient(int fd, SimUsbEndpoints& endpoints, const std::atomic<bool>& stop) {
-  std::string interruptLeft;
-  bool lastPieceFull = false;
   while (!stop) {
     char header[9];
     if (!readAll(fd, header, sizeof header)) return;
@@ -57,17 +36,7 @@ void serveClient(int fd, SimUsbEndpoints& endpoints, const std::atomic<bool>& st
       const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs ? timeoutMs : 1);
       for (;;) {
         if (op == kShimInterruptRead) {
-          if (interruptLeft.empty() && lastPieceFull) {
-            lastPieceFull = false;
-            break;  // a zero-length read ends a packet that filled its pieces exactly
-          }
-          if (interruptLeft.empty()) interruptLeft = endpoints.readInterrupt();
-          if (!interruptLeft.empty()) {
-            answer = interruptLeft.substr(0, length);
-            interruptLeft.erase(0, answer.size());
-            lastPieceFull = answer.size() == length;
-            break;
-          }
+          if (endpoints.readInterruptPiece(length, answer)) break;
         } else {
           answer = endpoints.readBulk();
           if (answer.size() > length) answer.resize(length);

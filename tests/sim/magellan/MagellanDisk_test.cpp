@@ -6,8 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/devices/raised_text.hpp"
-#include "tests/sim/magellan/magellan_disk_fixture.hpp"
-#include "tests/support/test_support.hpp"
+#include "tests/sim/magellan/magellan_fixture.hpp"
 
 namespace pixtrail::sim {
 namespace {

@@ -30,6 +30,11 @@ struct MagellanUnitSetup {
   int ackRetries = 3;
 };
 
+// What the simulated unit holds unless a test says otherwise: waypoints in all four quadrants, one
+// route that needs three messages, and a track log that runs across midnight. Written in the
+// layouts a serial unit sends (a route message carries no route name).
+MagellanUnitSetup sampleUnit();
+
 class MagellanSimulator {
  public:
   explicit MagellanSimulator(MagellanUnitSetup setup);

@@ -10,9 +10,7 @@
 
 #include "devices/Protocolo_magellan.hpp"
 #include "tests/devices/raised_text.hpp"
-#include "tests/sim/magellan/MagellanSimulator.hpp"
-#include "tests/sim/magellan/magellan_sample_unit.hpp"
-#include "tests/sim/magellan/sim_test_support.hpp"
+#include "tests/sim/magellan/magellan_fixture.hpp"
 #include "tracks/track_format_magellan.hpp"
 
 namespace pixtrail::sim {

@@ -5,22 +5,14 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tests/sim/magellan/MagellanSimulator.hpp"
-#include "tests/sim/magellan/magellan_disk_fixture.hpp"
-#include "tests/sim/magellan/magellan_sample_unit.hpp"
-#include "tests/sim/magellan/sim_test_support.hpp"
-#include "tests/support/test_support.hpp"
+#include "tests/sim/magellan/magellan_fixture.hpp"
 
 namespace pixtrail::sim {
 namespace {
 
 using test::shellQuote;
 
-// Every run with a configuration of its own, so the user's gps.ini plays no part.
-test::CommandOutput run(const std::string& arguments) {
-  const test::TempDir config;
-  return test::runPixtrail("--config " + shellQuote((config / "gps.ini").string()) + " " + arguments);
-}
+const auto run = [](const std::string& arguments) { return test::runPixtrailAlone(arguments); };
 
 TEST(MagellanCli, DetectsASerialUnitAndRefusesOneThatSaysTooLittle) {
   MagellanSimulator unit(sampleUnit());

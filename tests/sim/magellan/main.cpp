@@ -9,7 +9,6 @@
 #include <string>
 
 #include "tests/sim/magellan/MagellanSimulator.hpp"
-#include "tests/sim/magellan/magellan_sample_unit.hpp"
 
 int main(int argc, char** argv) {
   using namespace pixtrail::sim;
