@@ -11,6 +11,9 @@ namespace pixtrail::gui {
 namespace {
 // Batches are handed over this often, so the list fills in visibly without an update per photo.
 constexpr auto kBatchInterval = std::chrono::milliseconds(60);
+// Reading a photo waits on the disk as much as it computes; two readers keep a small machine busy
+// without starving the window's thread.
+constexpr int kReaders = 2;
 }  // namespace
 
 PhotoFolderLoader::PhotoFolderLoader(QObject* parent) : QObject(parent) {}
@@ -23,11 +26,16 @@ void PhotoFolderLoader::start(TFotos& group, GpsQuirks quirks) {
     jobs_.push_back({&photo, photo.fileName, quirks});
     pending_.insert(&photo);
   }
-  if (running_ || jobs_.empty()) return;
-  if (worker_.joinable()) worker_.join();  // a worker that ran out of work and is gone
+  if (running_ > 0 || jobs_.empty()) return;  // the readers at work take the new photos too
+  joinWorkers();  // readers that ran out of work are gone or going, without the lock again
   stop_ = false;
-  running_ = true;
-  worker_ = std::thread([this] { work(); });
+  for (running_ = 0; running_ < kReaders; ++running_) workers_.emplace_back([this] { work(); });
+}
+
+void PhotoFolderLoader::joinWorkers() {
+  for (std::thread& worker : workers_)
+    if (worker.joinable()) worker.join();
+  workers_.clear();
 }
 
 void PhotoFolderLoader::work() {
@@ -37,7 +45,7 @@ void PhotoFolderLoader::work() {
     {
       const std::lock_guard lock(mutex_);
       if (stop_ || jobs_.empty()) {
-        running_ = false;
+        --running_;
         if (!drainPosted_ && !done_.empty()) {
           drainPosted_ = true;
           QMetaObject::invokeMethod(this, &PhotoFolderLoader::drain, Qt::QueuedConnection);
@@ -84,7 +92,7 @@ void PhotoFolderLoader::drain() {
   }
   if (!batch.empty()) emit photosRead(anyPositioned);
   if (pending_.empty() && !batch.empty()) {
-    if (worker_.joinable()) worker_.join();
+    joinWorkers();
     const QString messages = QString::fromLatin1(messages_.c_str());
     messages_.clear();
     emit finished(messages);
@@ -92,13 +100,13 @@ void PhotoFolderLoader::drain() {
 }
 
 void PhotoFolderLoader::finish() {
-  if (worker_.joinable()) worker_.join();  // reads the rest; nothing else stops it
+  joinWorkers();  // they read the rest; nothing else stops them
   drain();
 }
 
 void PhotoFolderLoader::stopWorker() {
   stop_ = true;
-  if (worker_.joinable()) worker_.join();
+  joinWorkers();
 }
 
 void PhotoFolderLoader::cancel() {

@@ -1,5 +1,5 @@
 #pragma once
-// Reads the photos of newly opened folders on a worker thread: the list shows every file at once
+// Reads the photos of newly opened folders on worker threads: the list shows every file at once
 // and fills in capture times, positions and states as they are read, in batches, so a folder of
 // thousands of photos never holds the window up. The photos are changed on the window's thread
 // only; the worker reads into photos of its own.
@@ -55,6 +55,7 @@ class PhotoFolderLoader : public QObject {
   void work();
   void drain();
   void stopWorker();
+  void joinWorkers();
 
   std::unordered_set<const TFoto*> pending_;  // window thread only
   std::string messages_;                      // gathered until the queue is empty
@@ -63,9 +64,9 @@ class PhotoFolderLoader : public QObject {
   std::deque<Job> jobs_;
   std::vector<Read> done_;
   bool drainPosted_ = false;
-  bool running_ = false;
+  int running_ = 0;  // readers not yet out of work
   std::atomic<bool> stop_{false};
-  std::thread worker_;
+  std::vector<std::thread> workers_;  // window thread only
 };
 
 }  // namespace pixtrail::gui

@@ -147,7 +147,8 @@ TEST(MapCanvasProjection, TilesLeaveAnotherPlaneAndTheMapSaysWhy) {
   MapCanvas* canvas = window.canvas();
   EXPECT_EQ(canvas->plane().name(), "UTM 30T");
   EXPECT_TRUE(canvas->tilesHiddenByProjection());
-  test::screenshot(canvas, "map-utm");
+  QString why;
+  EXPECT_TRUE(test::looksLikeStored(test::screenshot(canvas, "map-utm"), "map-utm", why)) << why.toStdString();
   const double utmZoom = canvas->zoom();
   TileLayer* tiles = window.tiles();
   EXPECT_EQ(tiles->queuedCount() + tiles->inFlightCount() + tiles->failedCount(), 0)

@@ -20,6 +20,7 @@
 #include "gui/TFrame_Opciones_Fotos.hpp"
 #include "gui/ThumbnailCache.hpp"
 #include "gui/TrackPanel.hpp"
+#include "gui/gui_text.hpp"
 #include "gui_test_support.hpp"
 #include "tests/support/test_support.hpp"
 
@@ -206,6 +207,50 @@ TEST_F(MainWindow, TrackPanelSummarisesTheSelectedTrack) {
   window_.tree()->clearSelection();
   window_.tree()->setCurrentItem(nullptr);
   EXPECT_EQ(panel->value("Points"), "-");
+}
+
+TEST_F(MainWindow, AFolderIsListedAtOnceAndFilledInByTheWorker) {
+  const fs::path folder = temp_ / "many";
+  fs::create_directories(folder);
+  for (int copy = 0; copy < 30; ++copy) {
+    test::copySamplePhotos(temp_ / "one");
+    for (const auto& entry : fs::directory_iterator(temp_ / "one"))
+      fs::rename(entry.path(), folder.string() + "/" + std::to_string(copy) + "-" + entry.path().filename().string());
+  }
+  test::writeFileBytes(folder / "broken.jpg", "not a photo");
+  const QString path = QString::fromStdString(folder.string());
+  ASSERT_EQ(window_.openFiles({path}), 1);
+  // Every row is there before one photo is read (reading ends on this thread's event loop).
+  PhotoListModel* model = window_.photoList()->model();
+  const int rows = model->rowCount();
+  EXPECT_EQ(rows, 30 * 6 + 1);
+  EXPECT_TRUE(window_.photoLoader()->isLoading());
+  EXPECT_EQ(model->data(model->index(rows - 1, PhotoListModel::kStatus), Qt::DisplayRole).toString(), "Reading");
+  ASSERT_TRUE(test::waitFor([&] { return !window_.photoLoader()->isLoading(); }));
+  // What the worker read is what reading the folder here gives.
+  TCjtoFotos direct;
+  std::string message;
+  ASSERT_NE(direct.LoadFolder(folder, message), nullptr);
+  const std::vector<TFoto*> read = window_.document().allPhotos();
+  ASSERT_EQ(read.size(), direct.groups[0].photos.size());
+  for (std::size_t i = 0; i < read.size(); ++i) {
+    const TFoto& want = direct.groups[0].photos[i];
+    EXPECT_EQ(read[i]->fileName, want.fileName);
+    EXPECT_EQ(read[i]->hasTime, want.hasTime) << want.name();
+    EXPECT_EQ(dateTimeText(read[i]->time), dateTimeText(want.time)) << want.name();
+    EXPECT_EQ(read[i]->readable, want.readable) << want.name();
+    EXPECT_EQ(model->data(model->index(static_cast<int>(i), PhotoListModel::kStatus), Qt::DisplayRole).toString(),
+              PhotoListModel::statusText(want));
+  }
+  // The unreadable photo is reported once the folder is read, in the library's words.
+  EXPECT_TRUE(window_.lastMessage().startsWith("broken.jpg: ")) << window_.lastMessage().toStdString();
+  // A window closed while reading, and a reading finished on demand, leave nothing behind.
+  { TAForm_MultiGPS other; other.openFiles({path}); }
+  TAForm_MultiGPS waiting;
+  waiting.openFiles({path});
+  waiting.photoLoader()->finish();
+  EXPECT_FALSE(waiting.photoLoader()->isLoading());
+  EXPECT_EQ(waiting.document().allPhotos()[0]->hasTime, read[0]->hasTime);
 }
 
 TEST_F(MainWindow, PhotoListAtTheThreeThumbnailSizes) {
