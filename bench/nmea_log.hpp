@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <string>
 
-#include "devices/nmea_checksum.hpp"
+#include "tracks/nmea_checksum.hpp"
 
 namespace pixtrail::bench {
 

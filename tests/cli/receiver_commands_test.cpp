@@ -15,7 +15,7 @@
 #include <thread>
 
 #include "devices/TPuertoCom.hpp"
-#include "devices/nmea_checksum.hpp"
+#include "tracks/nmea_checksum.hpp"
 #include "devices/protocol_detection.hpp"
 #include "tests/devices/nmea_feeder.hpp"
 #include "tests/devices/pty_pair.hpp"

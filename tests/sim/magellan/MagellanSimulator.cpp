@@ -10,7 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "devices/nmea_checksum.hpp"
+#include "tracks/nmea_checksum.hpp"
 
 namespace pixtrail::sim {
 
