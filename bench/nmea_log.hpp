@@ -10,7 +10,7 @@
 #include <string>
 
 #include "core/angles.hpp"
-#include "devices/nmea_checksum.hpp"
+#include "tracks/nmea_checksum.hpp"
 
 namespace pixtrail::bench {
 

@@ -1,10 +1,13 @@
 #include "devices/TProtocoloNMEA.hpp"
 
+#include <algorithm>
 #include <chrono>
+#include <initializer_list>
 
 #include "coords/units.hpp"
 #include "core/angles.hpp"
 #include "core/text.hpp"
+#include "tracks/nmea_sentences.hpp"
 
 namespace pixtrail {
 
@@ -20,6 +23,16 @@ constexpr double kGgamUnknownBelow = -0.5;
 constexpr std::string_view kNoPositionMark = "-9999";
 // Days from 1899-12-30 to 1970-01-01.
 constexpr double kUnixEpochDays = 25569.0;
+
+// A course in degrees as the fix holds it: radians, -1 when unknown or negative.
+double degreesToRad(std::optional<double> deg) { return deg && *deg >= 0.0 ? *deg * kRadPerDeg : -1.0; }
+
+// The first reading present, times its factor to the fix's unit; instruments send one of several.
+std::optional<double> firstOf(std::initializer_list<std::pair<std::optional<double>, double>> readings) {
+  for (const auto& [value, factor] : readings)
+    if (value) return *value * factor;
+  return std::nullopt;
+}
 
 DateTimeValue systemClock() {
   const auto now = std::chrono::system_clock::now().time_since_epoch();
@@ -39,23 +52,23 @@ double pressureAltitudeM(double pressureHpa) {
 // First match wins. GGA, RMC, GLL and GGAM are position sentences: GLL only counts while neither
 // GGA nor RMC gave this cycle's position, so the order is part of the behaviour.
 const TProtocoloNMEA::Route TProtocoloNMEA::kRoutes[] = {
-    {"GGA", &TProtocoloNMEA::takeGga, true},
-    {"RMC", &TProtocoloNMEA::takeRmc, true},
-    {"GLL", &TProtocoloNMEA::takeGll, true},
-    {"GGAM", &TProtocoloNMEA::takeGgam, true},
-    {"VTG", &TProtocoloNMEA::takeVtg, false},
-    {"VWR", &TProtocoloNMEA::takeVwr, false},
-    {"VWT", &TProtocoloNMEA::takeVwt, false},
-    {"MTW", &TProtocoloNMEA::takeMtw, false},
-    {"VHW", &TProtocoloNMEA::takeVhw, false},
-    {"DBT", &TProtocoloNMEA::takeDbt, false},
-    {"HDT", &TProtocoloNMEA::takeHdt, false},
-    {"WPL", &TProtocoloNMEA::takeWpl, false},
-    {"GSV", &TProtocoloNMEA::takeGsv, false},
-    {"GSA", &TProtocoloNMEA::takeGsa, false},
-    {"D", &TProtocoloNMEA::takeVarioD, false},
-    {"d", &TProtocoloNMEA::takeVarioCompact, false},
-    {"VABD", &TProtocoloNMEA::takeVabd, false},
+    {"GGA", &TProtocoloNMEA::takeGga, true, 7},
+    {"RMC", &TProtocoloNMEA::takeRmc, true, 3},
+    {"GLL", &TProtocoloNMEA::takeGll, true, 5},
+    {"GGAM", &TProtocoloNMEA::takeGgam, true, 13},
+    {"VTG", &TProtocoloNMEA::takeVtg, false, 7},
+    {"VWR", &TProtocoloNMEA::takeVwr, false, 0},
+    {"VWT", &TProtocoloNMEA::takeVwt, false, 0},
+    {"MTW", &TProtocoloNMEA::takeMtw, false, 0},
+    {"VHW", &TProtocoloNMEA::takeVhw, false, 0},
+    {"DBT", &TProtocoloNMEA::takeDbt, false, 0},
+    {"HDT", &TProtocoloNMEA::takeHdt, false, 0},
+    {"WPL", &TProtocoloNMEA::takeWpl, false, 0},
+    {"GSV", &TProtocoloNMEA::takeGsv, false, 0},
+    {"GSA", &TProtocoloNMEA::takeGsa, false, 0},
+    {"D", &TProtocoloNMEA::takeVarioD, false, 0},
+    {"d", &TProtocoloNMEA::takeVarioCompact, false, 0},
+    {"VABD", &TProtocoloNMEA::takeVabd, false, 0},
 };
 
 TProtocoloNMEA::TProtocoloNMEA(NmeaSettings settings)
@@ -103,7 +116,7 @@ bool TProtocoloNMEA::processLine(std::string_view line, TDatosGPSActual& fix, in
   Context c{fix, sinceLastPosition, previousType, state};
   for (const Route& route : kRoutes) {
     if (type != route.type) continue;
-    const bool changed = (this->*route.handle)(c);
+    const bool changed = s.fieldCount() >= route.minFields && (this->*route.handle)(c);
     if (changed && route.givesPosition) {
       if (heldDepthM_ >= 0.0) {
         fix.depthM.value = heldDepthM_;
@@ -125,73 +138,55 @@ bool TProtocoloNMEA::processLine(std::string_view line, TDatosGPSActual& fix, in
 }
 
 bool TProtocoloNMEA::takeGga(Context& c) {
-  const TComandaNMEA_Rx& s = sentence_;
-  if (!prefers("GGA") || s.fieldCount() < 7) return false;
+  if (!prefers("GGA")) return false;
+  const NmeaGga gga = decodeGga(sentence_);
   TDatosGPSActual& fix = c.fix;
-  TCoord p = fix.position;
-  const bool havePosition = s.position(2, p);
-  const std::string_view quality = s.field(6);
-  long long sats = -1;
-  const bool haveSats = s.integer(7, sats) && sats >= 0 && sats <= kMaxSatellites;
-  fix.time.assign(s.field(1));
+  fix.time.assign(gga.timeText);
   // The quality decides (a receiver that says 1 with "00" satellites still has a fix); a position
   // that does not read is no fix, and the position held stays. RMC and GLL do the same.
-  fix.fixValid = havePosition && !quality.empty() && quality != "0";
-  fix.differential = quality == "2";
-  if (havePosition) {
-    fix.position.lat = p.lat;
-    fix.position.lon = p.lon;
-    double alt = 0.0;
-    if (s.field(9) != kNoPositionMark && s.number(9, alt)) {
-      if (s.field(10) == "F") alt *= kFootM;
-      fix.position.alt = static_cast<float>(alt);
-    } else {
-      fix.position.alt = kUnknownAltitude;
-    }
+  fix.fixValid = gga.position && !gga.qualityText.empty() && gga.qualityText != "0";
+  fix.differential = gga.qualityText == "2";
+  if (gga.position) {
+    fix.position.lat = gga.position->lat;
+    fix.position.lon = gga.position->lon;
+    fix.position.alt = static_cast<float>(gga.altitudeM.value_or(kUnknownAltitude));
   }
-  fix.satellites = haveSats ? static_cast<std::int32_t>(sats) : -1;
-  double hdop = 0.0;
-  fix.hdop = s.number(8, hdop) && hdop >= 0.0 ? hdop : 0.0;
-  double geoid = 0.0;
-  fix.geoidSeparationM = s.number(11, geoid) ? geoid : 0.0;
+  const long long sats = gga.satellites.value_or(-1);
+  fix.satellites = sats >= 0 && sats <= kMaxSatellites ? static_cast<std::int32_t>(sats) : -1;
+  fix.hdop = std::max(gga.hdop.value_or(0.0), 0.0);
+  fix.geoidSeparationM = gga.geoidSeparationM.value_or(0.0);
   return true;
 }
 
 bool TProtocoloNMEA::takeRmc(Context& c) {
-  const TComandaNMEA_Rx& s = sentence_;
-  if (!prefers("RMC") || s.fieldCount() < 3) return false;
+  if (!prefers("RMC")) return false;
+  const NmeaRmc rmc = decodeRmc(sentence_);
   TDatosGPSActual& fix = c.fix;
-  TCoord p = fix.position;
-  const bool havePosition = s.position(3, p);
-  fix.time.assign(s.field(1));
-  fix.fixValid = havePosition && s.field(2) == "A";
-  if (havePosition) {
-    fix.position.lat = p.lat;
-    fix.position.lon = p.lon;
+  fix.time.assign(rmc.timeText);
+  fix.fixValid = rmc.position && rmc.status == "A";
+  if (rmc.position) {
+    fix.position.lat = rmc.position->lat;
+    fix.position.lon = rmc.position->lon;
   }
-  double knots = 0.0;
-  fix.speedMs = s.number(7, knots) && knots >= 0.0 ? knots * knotMs_ : -1.0;
-  double courseDeg = 0.0;
-  fix.courseRad = s.number(8, courseDeg) && courseDeg >= 0.0 ? courseDeg * kRadPerDeg : -1.0;
-  if (!s.field(9).empty()) fix.date.assign(s.field(9));
+  fix.speedMs = knotsToMs(rmc.speedKnots);
+  fix.courseRad = degreesToRad(rmc.courseDeg);
+  if (!rmc.dateText.empty()) fix.date.assign(rmc.dateText);
   return true;
 }
 
 bool TProtocoloNMEA::takeGll(Context& c) {
-  const TComandaNMEA_Rx& s = sentence_;
-  if (!prefers("GLL") || s.fieldCount() < 5) return false;
+  if (!prefers("GLL")) return false;
   // GLL repeats what GGA or RMC said; it takes over only once they have stopped coming, and a
   // GLL never shuts out the next GLL of a receiver that sends nothing else.
   if (gllShutOut_ && c.sinceLastPosition <= kLostFixSentences) return false;
+  const NmeaGll gll = decodeGll(sentence_);
   TDatosGPSActual& fix = c.fix;
-  TCoord p = fix.position;
-  const bool havePosition = s.position(1, p);
-  fix.fixValid = havePosition && s.field(6) == "A";
-  if (havePosition) {
-    fix.position.lat = p.lat;
-    fix.position.lon = p.lon;
+  fix.fixValid = gll.position && gll.status == "A";
+  if (gll.position) {
+    fix.position.lat = gll.position->lat;
+    fix.position.lon = gll.position->lon;
   }
-  if (!s.field(5).empty()) fix.time.assign(s.field(5));
+  if (!gll.timeText.empty()) fix.time.assign(gll.timeText);
   return true;
 }
 
@@ -201,55 +196,48 @@ bool TProtocoloNMEA::takeGll(Context& c) {
 //   15 speed (knots), 16 course (degrees), 17, 18 texts, 19 altitude (m), 20 text.
 bool TProtocoloNMEA::takeGgam(Context& c) {
   const TComandaNMEA_Rx& s = sentence_;
-  if (s.fieldCount() < 13) return false;
   TDatosGPSActual& fix = c.fix;
-  TCoord p = fix.position;
-  const bool havePosition = s.field(9) != kNoPositionMark && s.position(9, p);
-  fix.fixValid = havePosition;
-  if (havePosition) {
-    fix.position.lat = p.lat;
-    fix.position.lon = p.lon;
+  const std::optional<TCoord> p = s.field(9) != kNoPositionMark ? s.position(9) : std::nullopt;
+  fix.fixValid = p.has_value();
+  if (p) {
+    fix.position.lat = p->lat;
+    fix.position.lon = p->lon;
   }
   if (!s.field(1).empty()) fix.time.assign(s.field(1));
   if (!s.field(2).empty()) fix.date.assign(s.field(2));
-  long long sats = 0;
-  if (s.integer(3, sats) && sats >= 0 && sats <= kMaxSatellites) fix.satellites = static_cast<std::int32_t>(sats);
-  double hdop = 0.0;
-  if (s.number(4, hdop) && hdop >= 0.0) fix.hdop = hdop;
-  double value = 0.0;
-  if (s.number(15, value)) fix.speedMs = value < kGgamUnknownBelow ? -1.0 : value * knotMs_;
-  if (s.number(16, value)) fix.courseRad = value < kGgamUnknownBelow ? -1.0 : value * kRadPerDeg;
+  if (const auto sats = s.integer(3); sats && *sats >= 0 && *sats <= kMaxSatellites)
+    fix.satellites = static_cast<std::int32_t>(*sats);
+  if (const auto hdop = s.number(4); hdop && *hdop >= 0.0) fix.hdop = *hdop;
+  if (const auto knots = s.number(15)) fix.speedMs = *knots < kGgamUnknownBelow ? -1.0 : *knots * knotMs_;
+  if (const auto deg = s.number(16)) fix.courseRad = *deg < kGgamUnknownBelow ? -1.0 : *deg * kRadPerDeg;
   if (s.fieldCount() > 17 && !s.field(17).empty()) fix.ggamText17.assign(s.field(17));
   if (s.fieldCount() > 18 && !s.field(18).empty()) fix.ggamText18.assign(s.field(18));
-  if (s.number(19, value)) fix.position.alt = static_cast<float>(value);
+  if (const auto alt = s.number(19)) fix.position.alt = static_cast<float>(*alt);
   if (s.fieldCount() > 20 && !s.field(20).empty()) fix.ggamText20.assign(s.field(20));
   return true;
 }
 
+double TProtocoloNMEA::knotsToMs(std::optional<double> knots) const {
+  return knots && *knots >= 0.0 ? *knots * knotMs_ : -1.0;
+}
+
 bool TProtocoloNMEA::takeVtg(Context& c) {
-  const TComandaNMEA_Rx& s = sentence_;
-  if (s.fieldCount() < 7) return false;
-  double courseDeg = 0.0;
-  c.fix.courseRad = s.number(1, courseDeg) && courseDeg >= 0.0 ? courseDeg * kRadPerDeg : -1.0;
-  double knots = 0.0;
-  c.fix.speedMs = s.number(5, knots) && knots >= 0.0 ? knots * knotMs_ : -1.0;
+  const NmeaVtg vtg = decodeVtg(sentence_);
+  c.fix.courseRad = degreesToRad(vtg.courseTrueDeg);
+  c.fix.speedMs = knotsToMs(vtg.speedKnots);
   return false;
 }
 
 // VWR and VWT: 1 angle from the bow (0..180), 2 "L"/"R", 3 knots "N", 5 m/s "M", 7 km/h "K".
 bool TProtocoloNMEA::readWind(NmeaReading& angle, NmeaReading& speed) {
   const TComandaNMEA_Rx& s = sentence_;
-  double deg = 0.0;
   const std::string_view side = s.field(2);
-  if (!s.number(1, deg) || (side != "L" && side != "R")) return false;
-  double value = 0.0;
-  double ms = 0.0;
-  if (s.number(5, value)) ms = value;
-  else if (s.number(3, value)) ms = value * knotMs_;
-  else if (s.number(7, value)) ms = value * kmhMs_;
-  else return false;
-  angle.value = side == "L" ? -deg : deg;
-  speed.value = ms;
+  const std::optional<double> deg = s.number(1);
+  if (!deg || (side != "L" && side != "R")) return false;
+  const std::optional<double> ms = firstOf({{s.number(5), 1.0}, {s.number(3), knotMs_}, {s.number(7), kmhMs_}});
+  if (!ms) return false;
+  angle.value = side == "L" ? -*deg : *deg;
+  speed.value = *ms;
   return true;
 }
 
@@ -267,45 +255,35 @@ bool TProtocoloNMEA::takeVwt(Context& c) {
 
 // MTW: 1 temperature, 2 "C".
 bool TProtocoloNMEA::takeMtw(Context& c) {
-  double celsius = 0.0;
-  const bool ok = sentence_.number(1, celsius);
-  if (ok) c.fix.waterTemperatureC.value = celsius;
-  c.fix.waterTemperatureC.present = ok;
+  const std::optional<double> celsius = sentence_.number(1);
+  if (celsius) c.fix.waterTemperatureC.value = *celsius;
+  c.fix.waterTemperatureC.present = celsius.has_value();
   return false;
 }
 
 // VHW: 1 heading true, 3 heading magnetic, 5 speed knots, 7 speed km/h.
 bool TProtocoloNMEA::takeVhw(Context& c) {
-  double value = 0.0;
-  bool ok = true;
-  if (sentence_.number(5, value)) c.fix.waterSpeedMs.value = value * knotMs_;
-  else if (sentence_.number(7, value)) c.fix.waterSpeedMs.value = value * kmhMs_;
-  else ok = false;
-  c.fix.waterSpeedMs.present = ok;
+  const std::optional<double> ms = firstOf({{sentence_.number(5), knotMs_}, {sentence_.number(7), kmhMs_}});
+  if (ms) c.fix.waterSpeedMs.value = *ms;
+  c.fix.waterSpeedMs.present = ms.has_value();
   return false;
 }
 
 // DBT: 1 feet "f", 3 metres "M", 5 fathoms "F". The depth waits for the next position.
 bool TProtocoloNMEA::takeDbt(Context& c) {
-  double value = 0.0;
-  double metres = 0.0;
-  bool ok = true;
-  if (sentence_.number(3, value)) metres = value;
-  else if (sentence_.number(1, value)) metres = value * kFootM;
-  else if (sentence_.number(5, value)) metres = value * fathomM_;
-  else ok = false;
-  if (ok) {
-    heldDepthM_ = metres;
+  const std::optional<double> metres =
+      firstOf({{sentence_.number(3), 1.0}, {sentence_.number(1), kFootM}, {sentence_.number(5), fathomM_}});
+  if (metres) {
+    heldDepthM_ = *metres;
     heldDepthTime_ = clock_();
   }
-  c.fix.depthM.present = ok;
+  c.fix.depthM.present = metres.has_value();
   return false;
 }
 
 // HDT: 1 heading in degrees, 2 "T".
 bool TProtocoloNMEA::takeHdt(Context& c) {
-  double deg = 0.0;
-  if (sentence_.number(1, deg)) c.fix.trueHeadingDeg = deg;
+  if (const auto deg = sentence_.number(1)) c.fix.trueHeadingDeg = *deg;
   return false;
 }
 
@@ -342,39 +320,34 @@ void TProtocoloNMEA::setPressure(TDatosGPSActual& fix, double pressureHpa) {
 }
 
 bool TProtocoloNMEA::takeVarioD(Context& c) {
-  double dms = 0.0;
-  double pascal = 0.0;
-  if (!sentence_.number(1, dms) || !sentence_.number(2, pascal) || pascal <= 0.0) return false;
-  c.fix.varioMs = {dms / kDmsPerMs, 1};
-  setPressure(c.fix, pascal / kPascalPerHpa);
+  const std::optional<double> dms = sentence_.number(1), pascal = sentence_.number(2);
+  if (!dms || !pascal || *pascal <= 0.0) return false;
+  c.fix.varioMs = {*dms / kDmsPerMs, 1};
+  setPressure(c.fix, *pascal / kPascalPerHpa);
   c.fix.changed = 1;
   return true;
 }
 
 bool TProtocoloNMEA::takeVarioCompact(Context& c) {
-  double hpa = 0.0;
-  double ms = 0.0;
-  if (!sentence_.number(1, hpa) || !sentence_.number(2, ms) || hpa <= 0.0) return false;
-  c.fix.varioMs = {ms, 1};
-  setPressure(c.fix, hpa);
+  const std::optional<double> hpa = sentence_.number(1), ms = sentence_.number(2);
+  if (!hpa || !ms || *hpa <= 0.0) return false;
+  c.fix.varioMs = {*ms, 1};
+  setPressure(c.fix, *hpa);
   c.fix.changed = 1;
   return true;
 }
 
 bool TProtocoloNMEA::takeVabd(Context& c) {
   const TComandaNMEA_Rx& s = sentence_;
-  double alt = 0.0;
-  double vario = 0.0;
-  double hpa = 0.0;
-  const bool haveAlt = s.number(1, alt);
-  const bool havePressure = s.number(4, hpa) && hpa > 0.0;
-  if (!s.number(2, vario) || (!haveAlt && !havePressure)) return false;
+  const std::optional<double> alt = s.number(1), vario = s.number(2), kmh = s.number(3);
+  const double hpa = s.number(4).value_or(0.0);
+  const bool havePressure = hpa > 0.0;
+  if (!vario || (!alt && !havePressure)) return false;
   TDatosGPSActual& fix = c.fix;
   if (havePressure) setPressure(fix, hpa);
-  if (haveAlt) fix.pressureAltitudeM = {alt, 1};
-  fix.varioMs = {vario, 1};
-  double kmh = 0.0;
-  fix.airspeedKmh = {s.number(3, kmh) ? kmh : 0.0, static_cast<std::uint8_t>(s.number(3, kmh))};
+  if (alt) fix.pressureAltitudeM = {*alt, 1};
+  fix.varioMs = {*vario, 1};
+  fix.airspeedKmh = {kmh.value_or(0.0), static_cast<std::uint8_t>(kmh.has_value())};
   fix.changed = 1;
   return true;
 }

@@ -14,6 +14,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -85,6 +86,7 @@ class TProtocoloNMEA {
     std::string_view type;
     Handler handle;
     bool givesPosition;  // a true result ends the cycle's position search (depth, GLL, counter)
+    std::size_t minFields;  // fewer fields (identifier included): the sentence is ignored
   };
   static const Route kRoutes[];
 
@@ -107,6 +109,8 @@ class TProtocoloNMEA {
   bool takeVarioCompact(Context& c);
   bool takeVabd(Context& c);
   bool readWind(NmeaReading& angle, NmeaReading& speed);
+  // Speed over ground in m/s, -1 when unknown or negative.
+  double knotsToMs(std::optional<double> knots) const;
   void setPressure(TDatosGPSActual& fix, double pressureHpa);
 
   NmeaSettings settings_;

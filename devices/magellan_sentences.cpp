@@ -4,7 +4,6 @@
 #include <cstdio>
 
 #include "core/TCoord.hpp"
-#include "core/messages.hpp"
 
 namespace pixtrail {
 
@@ -12,6 +11,7 @@ namespace {
 
 constexpr std::size_t kWaypointsPerRouteMessage = 2;  // keeps a message inside NMEA's 82 characters
 constexpr std::size_t kRouteHeaderFields = 5;         // identifier, count, number, "c", route number
+constexpr long long kMaxRouteMessages = 9999;
 
 std::string altitudeText(float alt, int digits) {
   if (!hasAltitude(alt)) return {};
@@ -20,15 +20,11 @@ std::string altitudeText(float alt, int digits) {
   return text;
 }
 
-bool readCount(std::string_view text, int& out) {
-  if (text.empty() || text.size() > 4) return false;
-  int v = 0;
-  for (const char c : text) {
-    if (c < '0' || c > '9') return false;
-    v = v * 10 + (c - '0');
-  }
-  out = v;
-  return true;
+// Route messages number their parts in at most four digits.
+std::optional<int> readCount(const TComandaNMEA_Rx& s, std::size_t index) {
+  const std::optional<long long> v = s.integer(index);
+  if (!v || *v < 0 || *v > kMaxRouteMessages) return std::nullopt;
+  return static_cast<int>(*v);
 }
 
 }  // namespace
@@ -119,14 +115,16 @@ MagellanRouteLayout magellanRouteLayoutOf(const TComandaNMEA_Rx& s) {
 bool readMagellanRouteMessage(const TComandaNMEA_Rx& s, MagellanRouteLayout layout, MagellanRouteMessage& out,
                               TErrorNMEA& error) {
   MagellanRouteMessage r;
-  if (s.identifier() != "PMGNRTE" || s.fieldCount() < kRouteHeaderFields || !readCount(s.field(1), r.messageCount) ||
-      !readCount(s.field(2), r.messageNumber) || r.messageNumber < 1 || r.messageNumber > r.messageCount ||
-      s.field(4).empty()) {
-    error.code = TErrorNMEA::kRouteWaypoint;
-    appendMessage(error.message, nmea_text::kMagRouteWaypoint);
-    error.detail.assign(s.body());
+  const std::optional<int> count = readCount(s, 1), number = readCount(s, 2);
+  // A route message that cannot be read names waypoints that cannot be found: the dialect has no
+  // other message for it.
+  if (s.identifier() != "PMGNRTE" || s.fieldCount() < kRouteHeaderFields || !count || !number || *number < 1 ||
+      *number > *count || s.field(4).empty()) {
+    error.refuse(TErrorNMEA::kRouteWaypoint, nmea_text::kMagRouteWaypoint, s.body());
     return false;
   }
+  r.messageCount = *count;
+  r.messageNumber = *number;
   r.routeNumber.assign(s.field(4));
   std::size_t i = kRouteHeaderFields;
   if (layout == MagellanRouteLayout::kNamed) r.routeName.assign(s.field(i++));

@@ -1,8 +1,8 @@
 #pragma once
 // The Magellan sentences as the serial link and the disk units' files carry them: building the
 // waypoint, route, track and command sentences, reading route messages in both layouts, and the
-// PMGNCSM acknowledgement. Reading waypoints and track points is the sentence class's own job
-// (TComandaNMEA_Rx::ParsePMGNWPL, ParsePMGNTRK).
+// PMGNCSM acknowledgement. Waypoints and track points are read by TComandaNMEA_Rx::ParsePMGNWPL and
+// decodePmgntrk.
 //
 // Decisions where units and their public protocol description leave room:
 // - PMGNCSM carries, as its one field, the two checksum characters of the sentence it

@@ -1,4 +1,4 @@
-// The NMEA line parser and the dialect sentence readers on arbitrary bytes.
+// The NMEA line parser, every sentence decoder and the dialect sentence readers on arbitrary bytes.
 
 #include <cstddef>
 #include <cstdint>
@@ -6,8 +6,15 @@
 
 #include "core/angles.hpp"
 #include "devices/TComandaNMEA.hpp"
+#include "devices/magellan_sentences.hpp"
 
 using namespace pixtrail;
+
+namespace {
+bool onEarth(const std::optional<TCoord>& p) {
+  return !p || isPlausibleLatLon(p->lat, p->lon);
+}
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view line(reinterpret_cast<const char*>(data), size);
@@ -18,18 +25,24 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   if (s.fieldCount() == 0 || (s.checksumCorrect() && s.checksumText().size() != 2)) __builtin_trap();
+  if (!onEarth(decodeGga(s).position) || !onEarth(decodeRmc(s).position) || !onEarth(decodeGll(s).position))
+    __builtin_trap();
+  (void)decodeVtg(s);
+  (void)decodeZda(s);
+  (void)decodeGsa(s);
   NmeaWaypoint w;
   NmeaTrackPoint p;
   NmeaRouteMessage r;
+  MagellanRouteMessage m;
   s.ParsePMGNWPL(w, error);
   s.ParseWPL(w, error);
   s.ParsePMLR(w, error);
   s.ParseWPR(w, error);
-  if (s.ParsePMGNTRK(p, error) || s.ParseGGATrackPoint(p, error)) {
-    if (!isPlausibleLatLon(p.position.lat, p.position.lon))
-      __builtin_trap();
+  if (decodePmgntrk(s, p, error) || s.ParseGGATrackPoint(p, error)) {
+    if (!onEarth(p.position)) __builtin_trap();
   }
-  if (s.ParsePMGNRTE(r, error) || s.ParseRTE(r, error)) {
+  readMagellanRouteMessage(s, magellanRouteLayoutOf(s), m, error);
+  if (s.ParseRTE(r, error)) {
     std::vector<NmeaWaypoint> out;
     resolveRouteWaypoints(r, {w}, NmeaDialect::kMagellan, out, error);
   }

@@ -72,6 +72,14 @@ record() {
     run nmea "$f"
     run nmea --json "$f"
   done
+  # Every unknown mark and malformed field the sentence decoders meet, through the live fix and the
+  # log reader.
+  for f in in/tests/data/nmea_edge/*.nmea; do
+    run nmea "$f"
+    run nmea --json "$f"
+    run info "$f"
+    run convert "$f" w/out.gpx
+  done
 
   run coord shift --from "European 1950" --to "WGS 84" 40.4168 -3.7038 650
   run coord shift --from "WGS 84" --to "Tokyo" 35.68 139.76

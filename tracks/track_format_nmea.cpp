@@ -7,7 +7,8 @@
 #include "core/SafeFile.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
-#include "devices/TComandaNMEA.hpp"
+#include "tracks/nmea_checksum.hpp"
+#include "tracks/nmea_sentences.hpp"
 #include "tracks/track_datum.hpp"
 #include "tracks/track_format_common.hpp"
 
@@ -43,62 +44,65 @@ DateTimeRecord dateAt(const DateTimeRecord& dated, const DateTimeRecord& timeOfD
   return days == 0 ? r : shiftedBySeconds(r, days * kSecondsPerDay);
 }
 
-bool isType(const TComandaNMEA_Rx& s, std::string_view type) {
-  const std::string_view id = s.identifier();
-  return id.size() == type.size() + 2 && id.ends_with(type);
-}
-
 class EpochCollector {
  public:
   std::vector<Epoch> epochs;
 
-  void take(const TComandaNMEA_Rx& s) {
-    DateTimeRecord t;
-    TCoord pos;
-    double v = 0.0;
-    long long n = 0;
-    if (isType(s, "RMC")) {
-      // $GPRMC,hhmmss.ss,A,llll.ll,a,yyyyy.yy,a,knots,course,ddmmyy,...
-      if (!readNmeaTime(s.field(1), t)) return;
-      Epoch& e = epochAt(s.field(1), t);
-      if (s.field(2) != "A") e.invalid = true;
-      if (s.position(3, pos)) e.position = pos;
-      if (s.number(7, v)) e.speedMs = static_cast<float>(v * kKnotsToMs);
-      if (s.number(8, v)) e.courseDeg = static_cast<float>(v);
-      DateTimeRecord d;
-      if (readNmeaDate(s.field(9), d)) e.date = d;
-    } else if (isType(s, "GGA")) {
-      // $GPGGA,hhmmss.ss,llll.ll,a,yyyyy.yy,a,quality,sats,hdop,alt,M,geoid,M,...
-      if (!readNmeaTime(s.field(1), t)) return;
-      Epoch& e = epochAt(s.field(1), t);
-      if (s.integer(6, n) && n == 0) e.invalid = true;
-      if (s.position(2, pos)) e.position = pos;
-      if (s.integer(7, n) && n > 0) e.satellites = static_cast<int>(n);
-      if (s.number(8, v)) e.hdop = static_cast<float>(v);
-      if (s.number(9, v)) e.altM = static_cast<float>(v);
-    } else if (isType(s, "GLL")) {
-      // $GPGLL,llll.ll,a,yyyyy.yy,a,hhmmss.ss,A
-      if (!readNmeaTime(s.field(5), t)) return;
-      Epoch& e = epochAt(s.field(5), t);
-      if (s.field(6) == "V") e.invalid = true;
-      if (!e.position && s.position(1, pos)) e.position = pos;
-    } else if (isType(s, "ZDA")) {
-      // $GPZDA,hhmmss.ss,dd,mm,yyyy,...
-      long long dd = 0, mm = 0, yyyy = 0;
-      if (!readNmeaTime(s.field(1), t) || !s.integer(2, dd) || !s.integer(3, mm) || !s.integer(4, yyyy)) return;
-      DateTimeRecord d{static_cast<int>(dd), static_cast<int>(mm), static_cast<int>(yyyy), 0, 0, 0};
-      if (d.isValid()) epochAt(s.field(1), t).date = d;
-    } else if (isType(s, "VTG") && !epochs.empty()) {
-      // $GPVTG,course,T,course,M,knots,N,kmh,K
-      Epoch& e = epochs.back();
-      if (s.number(1, v) && e.courseDeg < 0) e.courseDeg = static_cast<float>(v);
-      if (s.number(7, v) && e.speedMs < 0) e.speedMs = static_cast<float>(v * kKmhToMs);
-    } else if (isType(s, "GSA") && !epochs.empty()) {
-      if (s.integer(2, n) && (n == 2 || n == 3)) epochs.back().fixType = static_cast<std::int8_t>(n);
-    }
-  }
+  void take(const NmeaSentence& s);
 
  private:
+  using Handler = void (EpochCollector::*)(const NmeaSentence&);
+  static const std::pair<std::string_view, Handler> kRoutes[];
+
+  void takeRmc(const NmeaSentence& s) {
+    const NmeaRmc rmc = decodeRmc(s);
+    if (!rmc.time) return;
+    Epoch& e = epochAt(rmc.timeText, *rmc.time);
+    if (rmc.status != "A") e.invalid = true;
+    if (rmc.position) e.position = rmc.position;
+    if (rmc.speedKnots) e.speedMs = static_cast<float>(*rmc.speedKnots * kKnotsToMs);
+    if (rmc.courseDeg) e.courseDeg = static_cast<float>(*rmc.courseDeg);
+    if (rmc.date) e.date = rmc.date;
+  }
+
+  void takeGga(const NmeaSentence& s) {
+    const NmeaGga gga = decodeGga(s);
+    if (!gga.time) return;
+    Epoch& e = epochAt(gga.timeText, *gga.time);
+    if (gga.quality == 0) e.invalid = true;
+    if (gga.position) e.position = gga.position;
+    if (gga.satellites && *gga.satellites > 0) e.satellites = static_cast<int>(*gga.satellites);
+    if (gga.hdop) e.hdop = static_cast<float>(*gga.hdop);
+    if (gga.altitudeM) e.altM = static_cast<float>(*gga.altitudeM);
+  }
+
+  void takeGll(const NmeaSentence& s) {
+    const NmeaGll gll = decodeGll(s);
+    if (!gll.time) return;
+    Epoch& e = epochAt(gll.timeText, *gll.time);
+    if (gll.status == "V") e.invalid = true;
+    if (!e.position && gll.position) e.position = gll.position;
+  }
+
+  void takeZda(const NmeaSentence& s) {
+    const NmeaZda zda = decodeZda(s);
+    if (zda.time && zda.date && zda.date->isValid()) epochAt(zda.timeText, *zda.time).date = zda.date;
+  }
+
+  void takeVtg(const NmeaSentence& s) {
+    if (epochs.empty()) return;
+    const NmeaVtg vtg = decodeVtg(s);
+    Epoch& e = epochs.back();
+    if (vtg.courseTrueDeg && e.courseDeg < 0) e.courseDeg = static_cast<float>(*vtg.courseTrueDeg);
+    if (vtg.speedKmh && e.speedMs < 0) e.speedMs = static_cast<float>(*vtg.speedKmh * kKmhToMs);
+  }
+
+  void takeGsa(const NmeaSentence& s) {
+    if (epochs.empty()) return;
+    const std::optional<long long> fixType = decodeGsa(s).fixType;
+    if (fixType == 2 || fixType == 3) epochs.back().fixType = static_cast<std::int8_t>(*fixType);
+  }
+
   Epoch& epochAt(std::string_view timeText, const DateTimeRecord& t) {
     if (epochs.empty() || epochs.back().timeText != timeText) {
       epochs.emplace_back();
@@ -108,6 +112,17 @@ class EpochCollector {
     return epochs.back();
   }
 };
+
+// The position sentences open an epoch by their time; VTG and GSA add to the latest one.
+const std::pair<std::string_view, EpochCollector::Handler> EpochCollector::kRoutes[] = {
+    {"RMC", &EpochCollector::takeRmc}, {"GGA", &EpochCollector::takeGga}, {"GLL", &EpochCollector::takeGll},
+    {"ZDA", &EpochCollector::takeZda}, {"VTG", &EpochCollector::takeVtg}, {"GSA", &EpochCollector::takeGsa}};
+
+void EpochCollector::take(const NmeaSentence& s) {
+  const std::string_view type = s.type();
+  for (const auto& [routeType, handle] : kRoutes)
+    if (type == routeType) return (this->*handle)(s);
+}
 
 // Dates every epoch from the nearest dated one, counting midnights between them.
 void dateEpochs(std::vector<Epoch>& epochs, const std::optional<DateTimeRecord>& userDate) {
@@ -146,7 +161,7 @@ bool readNmeaLogText(std::string_view text, const std::string& fileName, const N
                      TVolGPS& track, std::string& message, NmeaLogStats* stats) {
   EpochCollector collector;
   NmeaLogStats counts;
-  TComandaNMEA_Rx sentence;
+  NmeaSentence sentence;
   forEachLine(text, [&](std::string_view line) {
     if (trim(line).empty()) return true;
     ++counts.sentences;
@@ -194,7 +209,7 @@ bool looksLikeMagellanLog(std::string_view text) { return text.find("$PMGNTRK") 
 bool readMagellanLogText(std::string_view text, const std::string&, TVolGPS& track,
                          std::string& message) {
   TVolGPS loaded;
-  TComandaNMEA_Rx sentence;
+  NmeaSentence sentence;
   std::optional<DateTimeRecord> lastDate;
   double previousSecond = -1.0;
   int days = 0;
@@ -202,7 +217,7 @@ bool readMagellanLogText(std::string_view text, const std::string&, TVolGPS& tra
     TErrorNMEA error;
     NmeaTrackPoint tp;
     if (!sentence.Parse(line, error) || !sentence.checksumCorrect() ||
-        sentence.identifier() != "PMGNTRK" || !sentence.ParsePMGNTRK(tp, error))
+        sentence.identifier() != "PMGNTRK" || !decodePmgntrk(sentence, tp, error))
       return true;
     DateTimeRecord when = tp.time;
     if (when.month != 0) {
@@ -248,11 +263,8 @@ std::string magellanLogText(const TVolGPS& track, const TrackSettings& settings)
       std::snprintf(date, sizeof date, "%02d%02d%02d", r.day, r.month, r.year % 100);
       sentence += date;
     }
-    unsigned char sum = 0;
-    for (char c : sentence) sum ^= static_cast<unsigned char>(c);
-    char tail[8];
-    std::snprintf(tail, sizeof tail, "*%02X\r\n", sum);
-    out += "$" + sentence + tail;
+    const auto sum = nmeaChecksumText(nmeaChecksum(sentence));
+    out += "$" + sentence + "*" + std::string(sum.data(), sum.size()) + "\r\n";
   }
   return out + "$PMGNCMD,END*3D\r\n";
 }

@@ -10,8 +10,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "devices/nmea_checksum.hpp"
 #include "tests/sim/sim_line.hpp"
+#include "tracks/nmea_checksum.hpp"
 
 namespace pixtrail::sim {
 
