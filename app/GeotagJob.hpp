@@ -15,7 +15,7 @@
 #include "core/VectorP.hpp"
 #include "photos/TCjtoFotos.hpp"
 #include "tracks/TVolGPS.hpp"
-#include "tracks/track_formats_foreign.hpp"
+#include "tracks/track_file_settings.hpp"
 
 namespace pixtrail {
 

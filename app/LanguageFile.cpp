@@ -33,10 +33,7 @@ std::string LanguageFile::text(int number) const {
 }
 
 std::string LanguageFile::format(int number, std::string_view argument) const {
-  std::string t = text(number);
-  const std::size_t at = t.find("%s");
-  if (at == std::string::npos) return t;
-  return t.replace(at, 2, argument);
+  return fillMessage(text(number), argument);
 }
 
 }  // namespace pixtrail

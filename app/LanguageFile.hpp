@@ -8,20 +8,9 @@
 #include <string>
 #include <string_view>
 
-namespace pixtrail {
+#include "core/messages.hpp"
 
-// Numbers of the messages the program uses; data/language_en.txt holds their English texts.
-namespace msg {
-inline constexpr int kErrorCreatingFile = 51;        // "%s": the file name
-inline constexpr int kSpeedCadenceNode = 291;        // caption of the track's speed/cadence node
-inline constexpr int kProjectionUtm = 300;           // second names of projections
-inline constexpr int kProjectionAutomatic = 301;
-inline constexpr int kProjectionLatLong = 302;
-inline constexpr int kProjectionMercator = 303;
-inline constexpr int kDeviceDoesNotAnswer = 400;     // device protocol texts
-inline constexpr int kDeviceNak = 401;
-inline constexpr int kDeviceEcho = 402;
-}  // namespace msg
+namespace pixtrail {
 
 class LanguageFile {
  public:

@@ -9,7 +9,7 @@
 
 #include "app/clock_offset.hpp"
 #include "tracks/TVolGPS.hpp"
-#include "tracks/track_formats_foreign.hpp"
+#include "tracks/track_file_settings.hpp"
 
 namespace pixtrail {
 

@@ -55,6 +55,7 @@ bool startSystem(const StartupOptions& options, std::string& message) {
 
   // 4. The language file. Without it messages show their numbers; the program still works.
   config.language.load(dataDir / config.languageFile.get(), message);
+  setMessageSource([](int number) { return configuration().language.text(number); });
   return true;
 }
 

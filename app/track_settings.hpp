@@ -5,7 +5,7 @@
 
 #include "coords/coordinate_text.hpp"
 #include "tracks/TBalizas.hpp"
-#include "tracks/track_formats_foreign.hpp"
+#include "tracks/track_file_settings.hpp"
 
 namespace pixtrail {
 

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "tracks/track_file_dispatch.hpp"
+#include "core/SafeFile.hpp"
 #include "tracks/track_format_gpx.hpp"
 
 namespace {
@@ -62,7 +63,10 @@ int main(int argc, char** argv) {
   if (argc == 3 && std::strcmp(argv[1], "--read-once") == 0) {
     pixtrail::TVolGPS track;
     std::string message;
-    if (!pixtrail::readGpxTrack(argv[2], track, {}, message)) {
+    std::FILE* in = pixtrail::openRegularFile(argv[2], message);
+    const bool ok = in != nullptr && pixtrail::readGpxTrackStream(in, argv[2], track, message);
+    if (in != nullptr) std::fclose(in);
+    if (!ok) {
       std::fprintf(stderr, "%s\n", message.c_str());
       return 1;
     }

@@ -5,7 +5,6 @@
 #include <memory>
 
 #include "cli/TrackCommandSupport.hpp"
-#include "tracks/TRuta.hpp"
 #include "tracks/track_datum.hpp"
 #include "tracks/track_file_dispatch.hpp"
 
@@ -44,11 +43,12 @@ int runConvert(const ConvertCommandOptions& options, const GlobalOptions& global
   settings.keepBackup = options.overwrite;
   // Checked again when the file is linked in, so that two runs to one new name never both succeed.
   settings.mustNotExist = !options.overwrite;
-  const DataFileKind in = dataFileKind(options.input), out = dataFileKind(options.output);
-  if (in != out) return fail(options.output, "Tracks, waypoints and routes convert only into their own kind", kExitUsage);
+  const DataKind kind = dataKindOf(options.input);
+  if (kind != dataKindOf(options.output))
+    return fail(options.output, "Tracks, waypoints and routes convert only into their own kind", kExitUsage);
 
   std::error_code ec;
-  if (in == DataFileKind::Track) {
+  if (kind == DataKind::Track) {
     TVolGPS track;
     if (!openTrack(options.input, track, settings, message)) return fail(options.input, message, kExitUsage);
     if (!message.empty()) std::fprintf(stderr, "%s: %s\n", options.input.c_str(), message.c_str());
@@ -62,16 +62,13 @@ int runConvert(const ConvertCommandOptions& options, const GlobalOptions& global
   }
   if (!options.overwrite && std::filesystem::exists(options.output, ec))
     return fail(options.output, "File already exists (use --overwrite)", kExitSomeFailed);
-  const WaypointDefaults& defaults = settings.waypoints;
   bool ok = false;
-  if (in == DataFileKind::Waypoints) {
+  if (kind == DataKind::Waypoints) {
     TBalizas w;
-    ok = readWaypointFile(options.input, w, message, defaults) &&
-         writeWaypointFile(w, options.output, settings.file, defaults, settings.keepBackup, message);
+    ok = openWaypoints(options.input, w, settings, message) && saveWaypoints(w, options.output, settings, message);
   } else {
     TRutas r;
-    ok = readRouteFile(options.input, r, message, defaults) &&
-         writeRouteFile(r, options.output, settings.file, defaults, settings.keepBackup, message);
+    ok = openRoutes(options.input, r, settings, message) && saveRoutes(r, options.output, settings, message);
   }
   if (!ok) return fail(options.input, message, kExitUsage);
   if (!message.empty()) std::fprintf(stderr, "%s: %s\n", options.input.c_str(), message.c_str());  // lines dropped

@@ -15,7 +15,6 @@
 #include "devices/TProtocoloGarmin.hpp"
 #include "tracks/TRuta.hpp"
 #include "tracks/track_file_dispatch.hpp"
-#include "tracks/waypoint_format_gpx.hpp"
 
 namespace pixtrail::cli {
 
@@ -36,10 +35,6 @@ void drawProgress(std::size_t done, std::size_t total) {
 int fail(const std::string& what, const std::string& message, int status) {
   std::fprintf(stderr, "%s: %s\n", what.c_str(), message.c_str());
   return status;
-}
-
-bool isWaypointGpx(const std::string& file) {
-  return equalsIgnoreCase(std::filesystem::path(file).extension().string(), ".GPX");
 }
 
 // The line to the unit, kept open for the command's run.
@@ -104,22 +99,19 @@ int download(const GarminOptions& options, const TrackFileSettings& settings, TP
   if (!options.overwrite && std::filesystem::exists(options.file, ec))
     return fail(options.file, "File already exists (use --overwrite)", kExitSomeFailed);
   std::string message;
-  const WaypointDefaults defaults;
+  TrackFileSettings save = settings;
+  save.keepBackup = options.overwrite;
   if (options.kind == "waypoints") {
     TBalizas w;
     garmin.receiveWaypoints(w);
-    const bool ok = isWaypointGpx(options.file)
-                        ? writeGpxWaypoints(w, options.file, options.overwrite, message)
-                        : writeWaypointFile(w, options.file, settings.file, defaults, options.overwrite, message);
-    if (!ok) return fail(options.file, message, kExitUsage);
+    if (!saveWaypoints(w, options.file, save, message)) return fail(options.file, message, kExitUsage);
     std::printf("%zu waypoints received: %s\n", w.waypoints.size(), options.file.c_str());
     return kExitOk;
   }
   if (options.kind == "routes") {
     TRutas r;
     garmin.receiveRoutes(r);
-    if (!writeRouteFile(r, options.file, settings.file, defaults, options.overwrite, message))
-      return fail(options.file, message, kExitUsage);
+    if (!saveRoutes(r, options.file, save, message)) return fail(options.file, message, kExitUsage);
     std::printf("%zu routes received: %s\n", r.routes.size(), options.file.c_str());
     return kExitOk;
   }
@@ -137,8 +129,6 @@ int download(const GarminOptions& options, const TrackFileSettings& settings, TP
     points += tracks[t].points.size();
   }
   all.Recalculate(TrackSettings{}, message);
-  TrackFileSettings save = settings;
-  save.keepBackup = options.overwrite;
   if (!saveTrack(all, options.file, save, message)) return fail(options.file, message, kExitUsage);
   std::printf("%zu tracks, %zu points received: %s\n", tracks.size(), points, all.fileName.c_str());
   return kExitOk;
@@ -148,15 +138,13 @@ int upload(const GarminOptions& options, const TrackFileSettings& settings, TPro
   std::string message;
   if (options.kind == "waypoints") {
     TBalizas w;
-    const bool ok = isWaypointGpx(options.file) ? readGpxWaypoints(options.file, w, message)
-                                                : readWaypointFile(options.file, w, message);
-    if (!ok) return fail(options.file, message, kExitUsage);
+    if (!openWaypoints(options.file, w, settings, message)) return fail(options.file, message, kExitUsage);
     std::printf("%zu waypoints sent\n", garmin.sendWaypoints(w));
     return kExitOk;
   }
   if (options.kind == "routes") {
     TRutas r;
-    if (!readRouteFile(options.file, r, message)) return fail(options.file, message, kExitUsage);
+    if (!openRoutes(options.file, r, settings, message)) return fail(options.file, message, kExitUsage);
     std::printf("%zu routes sent\n", garmin.sendRoutes(r));
     return kExitOk;
   }

@@ -9,7 +9,6 @@
 #include "cli/TrackCommandSupport.hpp"
 #include "core/DateTimeRecord.hpp"
 #include "core/text.hpp"
-#include "tracks/TRuta.hpp"
 #include "tracks/track_file_dispatch.hpp"
 
 namespace pixtrail::cli {
@@ -76,17 +75,18 @@ nlohmann::json waypointJson(const TBaliza& w) {
 bool describe(const std::string& file, const TrackFileSettings& settings, bool json, nlohmann::json& out) {
   std::string message;
   bool ok = false;
-  switch (dataFileKind(file)) {
-    case DataFileKind::Waypoints: {
+  const DataKind kind = dataKindOf(file);
+  switch (kind) {
+    case DataKind::Waypoints: {
       TBalizas w;
-      ok = readWaypointFile(file, w, message, settings.waypoints);
+      ok = openWaypoints(file, w, settings, message);
       out = {{"file", file}, {"format", "WPT"}, {"waypoints", nlohmann::json::array()}};
       for (const TBaliza& b : w.waypoints) out["waypoints"].push_back(waypointJson(b));
       break;
     }
-    case DataFileKind::Routes: {
+    case DataKind::Routes: {
       TRutas r;
-      ok = readRouteFile(file, r, message, settings.waypoints);
+      ok = openRoutes(file, r, settings, message);
       out = {{"file", file}, {"format", "RTE"}, {"routes", nlohmann::json::array()}};
       for (const TRuta& route : r.routes) {
         nlohmann::json j = {{"name", latin1ToUtf8(route.name)}, {"length_m", route.lengthM()},
@@ -96,7 +96,7 @@ bool describe(const std::string& file, const TrackFileSettings& settings, bool j
       }
       break;
     }
-    case DataFileKind::Track: {
+    case DataKind::Track: {
       TVolGPS track;
       ok = openTrack(file, track, settings, message);
       if (ok) {
@@ -107,7 +107,7 @@ bool describe(const std::string& file, const TrackFileSettings& settings, bool j
     }
   }
   if (!message.empty()) std::fprintf(stderr, "%s: %s\n", file.c_str(), message.c_str());
-  if (ok && !json && dataFileKind(file) != DataFileKind::Track) std::printf("%s\n", jsonText(out).c_str());
+  if (ok && !json && kind != DataKind::Track) std::printf("%s\n", jsonText(out).c_str());
   return ok;
 }
 }  // namespace

@@ -5,10 +5,8 @@
 #include <memory>
 
 #include "cli/TrackCommandSupport.hpp"
-#include "core/text.hpp"
 #include "tracks/kml_export.hpp"
 #include "tracks/track_file_dispatch.hpp"
-#include "tracks/waypoint_format_gpx.hpp"
 
 namespace pixtrail::cli {
 
@@ -48,8 +46,7 @@ int runKml(const KmlCommandOptions& options, const GlobalOptions& global) {
   for (const std::string& file : options.waypointFiles) {
     auto w = std::make_unique<TBalizas>();
     std::string message;
-    const bool gpx = equalsIgnoreCase(std::filesystem::path(file).extension().string(), ".gpx");
-    if (!(gpx ? readGpxWaypoints(file, *w, message) : readWaypointFile(file, *w, message, settings.waypoints))) {
+    if (!openWaypoints(file, *w, settings, message)) {
       std::fprintf(stderr, "%s: %s\n", file.c_str(), message.c_str());
       status = kExitSomeFailed;
       continue;

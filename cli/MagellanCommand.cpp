@@ -12,7 +12,6 @@
 #include "devices/Protocolo_magellan.hpp"
 #include "tracks/TRuta.hpp"
 #include "tracks/track_file_dispatch.hpp"
-#include "tracks/waypoint_format_gpx.hpp"
 
 namespace pixtrail::cli {
 
@@ -112,14 +111,14 @@ int download(const MagellanOptions& options, const TrackFileSettings& settings) 
   std::string message;
   bool saved = false;
   std::size_t count = 0;
+  TrackFileSettings save = settings;
+  save.keepBackup = options.overwrite;
   switch (kindOf(options.kind)) {
     case MagellanKind::kWaypoints: {
       TBalizas w;
       if (link ? !link->downloadWaypoints(w) : (disk->downloadWaypoints(w), false)) return refused();
       count = w.waypoints.size();
-      saved = equalsIgnoreCase(fs::path(options.output).extension().string(), ".gpx")
-                  ? writeGpxWaypoints(w, options.output, options.overwrite, message)
-                  : writeWaypointFile(w, options.output, settings.file, WaypointDefaults{}, options.overwrite, message);
+      saved = saveWaypoints(w, options.output, save, message);
       break;
     }
     case MagellanKind::kRoutes: {
@@ -127,7 +126,7 @@ int download(const MagellanOptions& options, const TrackFileSettings& settings) 
       if (link ? !link->downloadRoutes(r) : (disk->downloadRoutes(r), false)) return refused();
       r.magellanText = true;  // a .rte keeps the unit's own form
       count = r.routes.size();
-      saved = writeRouteFile(r, options.output, settings.file, WaypointDefaults{}, options.overwrite, message);
+      saved = saveRoutes(r, options.output, save, message);
       break;
     }
     case MagellanKind::kTracks: {
@@ -171,9 +170,7 @@ int upload(const MagellanOptions& options, const TrackFileSettings& settings) {
   switch (kindOf(options.kind)) {
     case MagellanKind::kWaypoints: {
       TBalizas w;
-      const bool gpx = equalsIgnoreCase(fs::path(options.input).extension().string(), ".gpx");
-      if (!(gpx ? readGpxWaypoints(options.input, w, message) : readWaypointFile(options.input, w, message)))
-        return unreadable();
+      if (!openWaypoints(options.input, w, settings, message)) return unreadable();
       connect();
       count = w.waypoints.size();
       if (link) link->uploadWaypoints(w);
@@ -182,7 +179,7 @@ int upload(const MagellanOptions& options, const TrackFileSettings& settings) {
     }
     case MagellanKind::kRoutes: {
       TRutas r;
-      if (!readRouteFile(options.input, r, message)) return unreadable();
+      if (!openRoutes(options.input, r, settings, message)) return unreadable();
       connect();
       count = r.routes.size();
       if (link) link->uploadRoutes(r);

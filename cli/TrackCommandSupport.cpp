@@ -1,12 +1,10 @@
 #include "cli/TrackCommandSupport.hpp"
 
 #include <cstdio>
-#include <filesystem>
 
 #include "app/Startup.hpp"
 #include "app/track_settings.hpp"
 #include "core/DateTimeRecord.hpp"
-#include "core/text.hpp"
 
 namespace pixtrail::cli {
 
@@ -31,13 +29,6 @@ bool startTrackCommand(const GlobalOptions& global, TrackFileSettings& settings,
 void addLogDateOption(CLI::App& command, std::string& logDate) {
   command.add_option("--date", logDate, "Date of logs whose records carry only times of day (NMEA GGA alone)")
       ->option_text("YYYY-MM-DD");
-}
-
-DataFileKind dataFileKind(const std::string& file) {
-  const std::string ext = std::filesystem::path(file).extension().string();
-  if (equalsIgnoreCase(ext, ".WPT") || equalsIgnoreCase(ext, ".UPT")) return DataFileKind::Waypoints;
-  if (equalsIgnoreCase(ext, ".RTE")) return DataFileKind::Routes;
-  return DataFileKind::Track;
 }
 
 }  // namespace pixtrail::cli

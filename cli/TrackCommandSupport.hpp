@@ -4,7 +4,7 @@
 #include <string>
 
 #include "cli/CommandContext.hpp"
-#include "tracks/track_formats_foreign.hpp"
+#include "tracks/track_file_settings.hpp"
 
 namespace pixtrail::cli {
 
@@ -14,9 +14,5 @@ namespace pixtrail::cli {
 bool startTrackCommand(const GlobalOptions& global, TrackFileSettings& settings, const std::string& logDate = "");
 // The --date option of every command that opens tracks.
 void addLogDateOption(CLI::App& command, std::string& logDate);
-
-// Kind of file by extension: waypoint files (WPT), route files (RTE), or tracks.
-enum class DataFileKind { Track, Waypoints, Routes };
-DataFileKind dataFileKind(const std::string& file);
 
 }  // namespace pixtrail::cli

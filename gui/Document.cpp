@@ -7,7 +7,6 @@
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "tracks/track_file_dispatch.hpp"
-#include "tracks/waypoint_format_gpx.hpp"
 
 namespace pixtrail::gui {
 
@@ -24,19 +23,19 @@ bool openPhotoFolder(Document& doc, const std::filesystem::path& folder, const T
   return true;
 }
 
-bool openWaypoints(Document& doc, const std::filesystem::path& file, const TrackFileSettings&, OpenResult& added,
-                   std::string& message) {
+bool openWaypoints(Document& doc, const std::filesystem::path& file, const TrackFileSettings& settings,
+                   OpenResult& added, std::string& message) {
   auto waypoints = std::make_unique<TBalizas>();
-  if (!readWaypointFile(file, *waypoints, message)) return false;
+  if (!pixtrail::openWaypoints(file, *waypoints, settings, message)) return false;
   doc.waypointFiles.add(std::move(waypoints));
   ++added.waypointFiles;
   return true;
 }
 
-bool openRoutes(Document& doc, const std::filesystem::path& file, const TrackFileSettings&, OpenResult& added,
-                std::string& message) {
+bool openRoutes(Document& doc, const std::filesystem::path& file, const TrackFileSettings& settings,
+                OpenResult& added, std::string& message) {
   auto routes = std::make_unique<TRutas>();
-  if (!readRouteFile(file, *routes, message)) return false;
+  if (!pixtrail::openRoutes(file, *routes, settings, message)) return false;
   doc.routeFiles.add(std::move(routes));
   ++added.routeFiles;
   return true;
@@ -58,7 +57,8 @@ bool openGpx(Document& doc, const std::filesystem::path& file, const TrackFileSe
   auto track = std::make_unique<TVolGPS>();
   const bool trackOk = openTrack(file, *track, settings, trackMessage) && track->pointCount() > 0;
   auto waypoints = std::make_unique<TBalizas>();
-  const bool waypointsOk = readGpxWaypoints(file, *waypoints, waypointMessage) && !waypoints->waypoints.empty();
+  const bool waypointsOk =
+      pixtrail::openWaypoints(file, *waypoints, settings, waypointMessage) && !waypoints->waypoints.empty();
   if (trackOk) {
     doc.tracks.add(std::move(track));
     ++added.tracks;
@@ -113,10 +113,7 @@ bool Document::saveTrack(std::size_t index, const std::filesystem::path& file, c
 bool Document::saveWaypoints(std::size_t index, const std::filesystem::path& file, const TrackFileSettings& settings,
                              std::string& message) {
   TBalizas& waypoints = waypointFiles[index];
-  const bool ok = equalsIgnoreCase(extensionOf(file), "gpx")
-                      ? writeGpxWaypoints(waypoints, file, settings.keepBackup, message)
-                      : writeWaypointFile(waypoints, file, settings.file, WaypointDefaults{}, settings.keepBackup,
-                                          message);
+  const bool ok = pixtrail::saveWaypoints(waypoints, file, settings, message);
   if (ok) waypoints.fileName = file.string();
   return ok;
 }
@@ -124,7 +121,7 @@ bool Document::saveWaypoints(std::size_t index, const std::filesystem::path& fil
 bool Document::saveRoutes(std::size_t index, const std::filesystem::path& file, const TrackFileSettings& settings,
                           std::string& message) {
   TRutas& routes = routeFiles[index];
-  const bool ok = writeRouteFile(routes, file, settings.file, WaypointDefaults{}, settings.keepBackup, message);
+  const bool ok = pixtrail::saveRoutes(routes, file, settings, message);
   if (ok) routes.fileName = file.string();
   return ok;
 }

@@ -13,7 +13,7 @@
 #include "tracks/TBalizas.hpp"
 #include "tracks/TRuta.hpp"
 #include "tracks/TVolGPS.hpp"
-#include "tracks/track_formats_foreign.hpp"
+#include "tracks/track_file_settings.hpp"
 
 namespace pixtrail::gui {
 

@@ -48,10 +48,12 @@ record() {
     [ -f "$f" ] || continue
     run info "$f"
     run info --json "$f"
-    for ext in trk gpx plt log fpt igc kml wpt rte txt csv; do
+    for ext in trk gpx plt log fpt igc kml wpt upt rte txt csv; do
       run convert "$f" "w/out.$ext"
     done
     run kml "$f" w/out.kml
+    # Any file as waypoint pins: GPX by its waypoints, any other name read as a waypoint file.
+    run kml --waypoints "$f" -o w/pins.kml
   done
   run position --track in/samples/retiro-walk.trk 2024-05-18T09:30:00 2024-05-18T10:00:00 2030-01-01T00:00:00
   run position --json --track in/samples/retiro-walk.trk 2024-05-18T09:45:10.5

@@ -5,7 +5,6 @@
 #include <limits>
 #include <cstdio>
 
-#include "core/SafeFile.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "tracks/track_datum.hpp"
@@ -282,26 +281,6 @@ bool parseWaypointFile(std::string_view text, TBalizas& file, std::string& messa
   }
   file.file = coordinates;
   return true;
-}
-
-bool readWaypointFile(const std::filesystem::path& path, TBalizas& file, std::string& message,
-                      const WaypointDefaults& defaults) {
-  std::string text;
-  if (!readWholeFile(path, text, message)) return false;
-  file.fileName = path.string();
-  return parseWaypointFile(text, file, message, defaults);
-}
-
-bool writeWaypointFile(const TBalizas& file, const std::filesystem::path& path, const FileCoordinates& coordinates,
-                       const WaypointDefaults& defaults, bool keepBackup, std::string& message) {
-  std::string text;
-  if (equalsIgnoreCase(path.extension().string(), ".UPT"))
-    text = magellanWaypointText(file);
-  else if (!formatWaypointFile(file, coordinates, defaults, text, message))
-    return false;
-  SafeWriteOptions options;
-  options.keepBackup = keepBackup;
-  return writeFileSafely(path, text, options, message);
 }
 
 }  // namespace pixtrail

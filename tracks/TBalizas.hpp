@@ -86,12 +86,8 @@ bool formatWaypointFile(const TBalizas& file, const FileCoordinates& coordinates
 // Waypoints without a "w" line take `defaults`.
 bool parseWaypointFile(std::string_view text, TBalizas& file, std::string& message,
                        const WaypointDefaults& defaults = {});
-bool readWaypointFile(const std::filesystem::path& path, TBalizas& file, std::string& message,
-                      const WaypointDefaults& defaults = {});
-bool writeWaypointFile(const TBalizas& file, const std::filesystem::path& path, const FileCoordinates& coordinates,
-                       const WaypointDefaults& defaults, bool keepBackup, std::string& message);
 
-// The slot of the OziExplorer waypoint line layout (track_formats_unavailable.cpp until it comes).
+// One line of an OziExplorer waypoint file (track_format_ozi_wpt.cpp).
 bool readOziExplorerWaypointLine(std::string_view line, TBaliza& out, std::string& message);
 
 }  // namespace pixtrail

@@ -1,6 +1,5 @@
 #include "tracks/TRuta.hpp"
 
-#include "core/SafeFile.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "tracks/TVolGPS.hpp"
@@ -88,26 +87,6 @@ bool parseRouteFile(std::string_view text, TRutas& routes, std::string& message,
     routes.file = part.file;
   }
   return ok;
-}
-
-bool readRouteFile(const std::filesystem::path& path, TRutas& routes, std::string& message,
-                   const WaypointDefaults& defaults) {
-  std::string text;
-  if (!readWholeFile(path, text, message)) return false;
-  routes.fileName = path.string();
-  return parseRouteFile(text, routes, message, defaults);
-}
-
-bool writeRouteFile(const TRutas& routes, const std::filesystem::path& path, const FileCoordinates& coordinates,
-                    const WaypointDefaults& defaults, bool keepBackup, std::string& message) {
-  std::string text;
-  if (routes.magellanText && equalsIgnoreCase(path.extension().string(), ".RTE"))
-    text = magellanRouteText(routes);
-  else if (!formatRouteFile(routes, coordinates, defaults, text, message))
-    return false;
-  SafeWriteOptions options;
-  options.keepBackup = keepBackup;
-  return writeFileSafely(path, text, options, message);
 }
 
 }  // namespace pixtrail

@@ -36,9 +36,5 @@ bool formatRouteFile(const TRutas& routes, const FileCoordinates& coordinates, c
 // waypoint file's message and skipped.
 bool parseRouteFile(std::string_view text, TRutas& routes, std::string& message,
                     const WaypointDefaults& defaults = {});
-bool readRouteFile(const std::filesystem::path& path, TRutas& routes, std::string& message,
-                   const WaypointDefaults& defaults = {});
-bool writeRouteFile(const TRutas& routes, const std::filesystem::path& path, const FileCoordinates& coordinates,
-                    const WaypointDefaults& defaults, bool keepBackup, std::string& message);
 
 }  // namespace pixtrail

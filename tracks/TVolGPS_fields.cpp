@@ -14,7 +14,6 @@
 #include <cstdio>
 #include <exception>
 
-#include "app/LanguageFile.hpp"
 #include "core/messages.hpp"
 #include "tracks/TVolGPS.hpp"
 

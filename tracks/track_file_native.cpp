@@ -6,8 +6,7 @@
 #include <cstdio>
 #include <memory>
 
-#include "app/Configuration.hpp"
-#include "core/SafeFile.hpp"
+#include "core/input_limits.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "tracks/track_datum.hpp"
@@ -296,25 +295,6 @@ bool formatNativeTrack(const TVolGPS& track, const NativeTrackWriteOptions& opti
   return true;
 }
 
-bool writeNativeTrack(const TVolGPS& track, const std::filesystem::path& requested,
-                      const NativeTrackWriteOptions& options, std::filesystem::path& written,
-                      std::string& message) {
-  const std::filesystem::path name = nativeTrackFileName(requested);
-  std::string text;
-  if (!formatNativeTrack(track, options, text, message)) return false;
-  SafeWriteOptions safe;
-  safe.keepBackup = options.keepBackup;
-  safe.mustNotExist = options.mustNotExist;
-  std::string reason;
-  if (!writeFileSafely(name, text, safe, reason)) {
-    appendMessage(message, configuration().language.format(msg::kErrorCreatingFile, name.string()));
-    appendMessage(message, reason);
-    return false;
-  }
-  written = name;
-  return true;
-}
-
 namespace {
 // Line-by-line state of the reader: the file's coordinates so far and the point read last.
 class NativeTrackParser {
@@ -464,33 +444,28 @@ bool parseNativeTrack(std::string_view text, TVolGPS& track, FileCoordinates& fi
   return parser.finish();
 }
 
-bool readNativeTrack(const std::filesystem::path& path, TVolGPS& track, FileCoordinates& file,
-                     std::string& message) {
-  std::unique_ptr<std::FILE, int (*)(std::FILE*)> in(openRegularFile(path, message), &std::fclose);
-  if (!in) return false;
-  // Read in chunks so that memory holds the points, not the file's text as well.
+bool readNativeTrackStream(std::FILE* in, const std::string& fileName, TVolGPS& track, FileCoordinates& file,
+                           std::string& message) {
   NativeTrackParser parser(track, file, message);
   std::string buffer;
   std::string chunk(kReadChunkBytes, '\0');
-  for (std::size_t got; (got = std::fread(chunk.data(), 1, chunk.size(), in.get())) > 0;) {
+  for (std::size_t got; (got = std::fread(chunk.data(), 1, chunk.size(), in)) > 0;) {
     buffer.append(chunk.data(), got);
     std::size_t start = 0;
     for (std::size_t end; (end = buffer.find('\n', start)) != std::string::npos; start = end + 1)
       parser.line(std::string_view(buffer).substr(start, end - start));
     buffer.erase(0, start);
     if (buffer.size() > limits::kMaxLineBytes) {
-      appendMessage(message, path.string() + ": line too long");
+      appendMessage(message, fileName + ": line too long");
       return false;
     }
   }
-  if (std::ferror(in.get())) {
-    appendMessage(message, "Error reading " + path.string());
+  if (std::ferror(in)) {
+    appendMessage(message, "Error reading " + fileName);
     return false;
   }
   if (!buffer.empty()) parser.line(buffer);
-  if (!parser.finish()) return false;
-  track.fileName = path.string();
-  return true;
+  return parser.finish();
 }
 
 }  // namespace pixtrail

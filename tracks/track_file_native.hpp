@@ -3,6 +3,7 @@
 // line keyed by its first letter, CR LF line ends. Header lines first, then one "T" line per point,
 // each followed by its course-point ("t") and linked-object lines when it has them.
 
+#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -15,8 +16,6 @@ namespace pixtrail {
 struct NativeTrackWriteOptions {
   FileCoordinates file;   // datum and coordinate mode of the file setting
   bool preferGpsAltitude = true;
-  bool keepBackup = false;  // keep the replaced file as NAME.bak
-  bool mustNotExist = false;  // never replace a file
 };
 
 // Up to this many blank-separated fields of a point line are read.
@@ -36,16 +35,12 @@ std::filesystem::path nativeTrackFileName(const std::filesystem::path& requested
 // The whole file as text.
 bool formatNativeTrack(const TVolGPS& track, const NativeTrackWriteOptions& options, std::string& out,
                        std::string& message);
-// Writes the file under nativeTrackFileName(requested) through a temporary file and a rename;
-// `written` receives the name used.
-bool writeNativeTrack(const TVolGPS& track, const std::filesystem::path& requested,
-                      const NativeTrackWriteOptions& options, std::filesystem::path& written,
-                      std::string& message);
 
 // Parses file text into `track` (appending points). Bad point lines are dropped with
 // kAberrantPointsMessage; the points that parse are kept. `file` receives the file's datum and mode.
 bool parseNativeTrack(std::string_view text, TVolGPS& track, FileCoordinates& file, std::string& message);
-bool readNativeTrack(const std::filesystem::path& path, TVolGPS& track, FileCoordinates& file,
-                     std::string& message);
+// The same from an open file, read in chunks so that memory holds the points, not the text as well.
+bool readNativeTrackStream(std::FILE* in, const std::string& fileName, TVolGPS& track, FileCoordinates& file,
+                           std::string& message);
 
 }  // namespace pixtrail

@@ -3,7 +3,6 @@
 #include <cctype>
 #include <cmath>
 
-#include "core/SafeFile.hpp"
 #include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
@@ -187,13 +186,6 @@ bool readAprsTrackText(std::string_view text, const std::string& fileName, TVolG
   track.headerText('P') = station;
   track.points = std::move(loaded.points);
   return true;
-}
-
-bool readAprsTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFileSettings&,
-                   std::string& message) {
-  std::string text;
-  if (!readWholeFile(file, text, message)) return false;
-  return readAprsTrackText(text, file.string(), track, message);
 }
 
 }  // namespace pixtrail

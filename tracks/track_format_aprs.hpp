@@ -12,7 +12,6 @@
 
 #include "core/DateTimeRecord.hpp"
 #include "tracks/TVolGPS.hpp"
-#include "tracks/track_formats_foreign.hpp"
 
 namespace pixtrail {
 

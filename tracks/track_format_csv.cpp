@@ -5,7 +5,6 @@
 #include <cmath>
 #include <optional>
 
-#include "core/SafeFile.hpp"
 #include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
@@ -14,7 +13,6 @@
 namespace pixtrail {
 
 namespace {
-
 
 enum class Column { None, Lat, Lon, Alt, Date, Time, DateTime, Speed, SpeedKmh, Course, Heart, Cadence, Temp, Sats, Hdop, Power };
 
@@ -234,13 +232,6 @@ bool readCsvTrackText(std::string_view text, const std::string& fileName, TVolGP
   }
   track.points = std::move(loaded.points);
   return true;
-}
-
-bool readCsvTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFileSettings&,
-                  std::string& message) {
-  std::string text;
-  if (!readWholeFile(file, text, message)) return false;
-  return readCsvTrackText(text, file.string(), track, message);
 }
 
 }  // namespace pixtrail

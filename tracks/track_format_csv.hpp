@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "tracks/TVolGPS.hpp"
-#include "tracks/track_formats_foreign.hpp"
 
 namespace pixtrail {
 

@@ -7,7 +7,6 @@
 #include <memory>
 #include <sstream>
 
-#include "core/SafeFile.hpp"
 #include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
@@ -245,15 +244,6 @@ void writePoint(pugi::xml_node seg, const TPuntVol& p, bool preferGpsAltitude) {
 
 }  // namespace
 
-bool readGpxTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFileSettings&,
-                  std::string& message) {
-  std::FILE* f = openRegularFile(file, message);
-  if (!f) return false;
-  const bool ok = readGpxTrackStream(f, file.string(), track, message);
-  std::fclose(f);
-  return ok;
-}
-
 bool readGpxTrackText(std::string_view text, TVolGPS& track, std::string& message) {
   if (text.empty()) {
     appendMessage(message, "GPX text: empty");
@@ -303,14 +293,6 @@ std::string gpxTrackText(const TVolGPS& track, const TrackSettings& settings) {
   std::ostringstream out;
   doc.save(out, "  ", pugi::format_default, pugi::encoding_utf8);
   return out.str();
-}
-
-bool writeGpxTrack(const TVolGPS& track, const std::filesystem::path& file,
-                   const TrackFileSettings& settings, std::string& message) {
-  SafeWriteOptions options;
-  options.keepBackup = settings.keepBackup;
-  options.mustNotExist = settings.mustNotExist;
-  return writeFileSafely(file, gpxTrackText(track, settings.track), options, message);
 }
 
 }  // namespace pixtrail

@@ -1,5 +1,5 @@
 #pragma once
-// GPX 1.0 and 1.1 tracks (the open and save slots readGpxTrack / writeGpxTrack). Reading streams
+// GPX 1.0 and 1.1 tracks. Reading streams
 // the file (see xml_element_stream.hpp) so that memory grows with the points, not with the text.
 // Every <trk> and <trkseg> starts a segment; a file with route points and no track points opens
 // its routes as the track. Heart rate, cadence, temperature, speed, course and power come from the
@@ -12,7 +12,6 @@
 #include <string_view>
 
 #include "tracks/TVolGPS.hpp"
-#include "tracks/track_formats_foreign.hpp"
 
 namespace pixtrail {
 

@@ -2,7 +2,6 @@
 
 #include <vector>
 
-#include "core/SafeFile.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "tracks/track_format_common.hpp"
@@ -116,13 +115,6 @@ bool readHeartRateTrackText(std::string_view text, const std::string& fileName, 
   }
   track.points = std::move(loaded.points);
   return true;
-}
-
-bool readHeartRateTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFileSettings&,
-                        std::string& message) {
-  std::string text;
-  if (!readWholeFile(file, text, message)) return false;
-  return readHeartRateTrackText(text, file.string(), track, message);
 }
 
 }  // namespace pixtrail

@@ -3,7 +3,6 @@
 #include <cmath>
 #include <cstdio>
 
-#include "core/SafeFile.hpp"
 #include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
@@ -152,13 +151,6 @@ bool readIgcTrackText(std::string_view text, const std::string& fileName, TVolGP
   return true;
 }
 
-bool readIgcTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFileSettings&,
-                  std::string& message) {
-  std::string text;
-  if (!readWholeFile(file, text, message)) return false;
-  return readIgcTrackText(text, file.string(), track, message);
-}
-
 std::string igcTrackText(const TVolGPS& track) {
   std::string out = "AXXXPIXTRAIL\r\n";
   for (std::size_t i = 0; i < track.pointCount(); ++i) {
@@ -173,13 +165,6 @@ std::string igcTrackText(const TVolGPS& track) {
   out += "HFDTM100GPSDATUM:WGS-1984\r\n";
   for (std::size_t i = 0; i < track.pointCount(); ++i) out += igcFixRecord(track.point(i)) + "\r\n";
   return out;
-}
-
-bool writeIgcTrack(const TVolGPS& track, const std::filesystem::path& file,
-                   const TrackFileSettings& settings, std::string& message) {
-  SafeWriteOptions options;
-  options.mustNotExist = settings.mustNotExist;
-  return writeFileSafely(file, igcTrackText(track), options, message);
 }
 
 }  // namespace pixtrail

@@ -3,15 +3,12 @@
 // fix whose time of day runs backwards starts the next day. Other records (unknown H lines, I/J
 // extension definitions, C, D, E, F, G, L) are passed over. A B record carries the pressure
 // altitude (kept as the barometric altitude) and the GNSS altitude (kept as the GPS altitude).
-// These are the open and save slots readIgcTrack / writeIgcTrack; IGZ unpacking and the IGC save
-// sequence belong to the dispatcher.
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "core/DateTimeRecord.hpp"
 #include "tracks/TVolGPS.hpp"
-#include "tracks/track_formats_foreign.hpp"
 
 namespace pixtrail {
 

@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <vector>
 
-#include "core/SafeFile.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "tracks/nmea_checksum.hpp"
@@ -269,31 +268,13 @@ std::string magellanLogText(const TVolGPS& track, const TrackSettings& settings)
   return out + "$PMGNCMD,END*3D\r\n";
 }
 
-bool readNmeaTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFileSettings& settings,
-                   std::string& message) {
-  std::string text;
-  if (!readWholeFile(file, text, message)) return false;
-  return readNmeaLogText(text, file.string(), NmeaLogOptions{settings.logDate}, track, message);
-}
-
-bool readMagellanTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFileSettings& settings,
-                       std::string& message) {
-  std::string text;
-  if (!readWholeFile(file, text, message)) return false;
-  // Data loggers name plain NMEA logs ".log" too.
+bool readLogFileText(std::string_view text, const std::string& fileName, const NmeaLogOptions& options,
+                     TVolGPS& track, std::string& message) {
   if (!looksLikeMagellanLog(text) &&
       (text.find("$GPRMC") != std::string::npos || text.find("$GPGGA") != std::string::npos ||
        text.find("$GNRMC") != std::string::npos || text.find("$GNGGA") != std::string::npos))
-    return readNmeaLogText(text, file.string(), NmeaLogOptions{settings.logDate}, track, message);
-  return readMagellanLogText(text, file.string(), track, message);
-}
-
-bool writeMagellanTrack(const TVolGPS& track, const std::filesystem::path& file,
-                        const TrackFileSettings& settings, std::string& message) {
-  SafeWriteOptions options;
-  options.keepBackup = settings.keepBackup;
-  options.mustNotExist = settings.mustNotExist;
-  return writeFileSafely(file, magellanLogText(track, settings.track), options, message);
+    return readNmeaLogText(text, fileName, options, track, message);
+  return readMagellanLogText(text, fileName, track, message);
 }
 
 }  // namespace pixtrail

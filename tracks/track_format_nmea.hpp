@@ -7,7 +7,7 @@
 // a day later for every midnight the times run across (a time of day lower than the one before).
 // A log with no date at all takes the caller's date, or keeps times of day without a date.
 //
-// Magellan track logs ("$PMGNTRK" sentences, the LOG slot) are read here too: a ".log" file
+// Magellan track logs ("$PMGNTRK" sentences, files named ".log") are read here too: a ".log" file
 // without PMGNTRK but with position sentences is an ordinary NMEA log and is read as one.
 #include <optional>
 #include <string>
@@ -15,7 +15,6 @@
 
 #include "core/DateTimeRecord.hpp"
 #include "tracks/TVolGPS.hpp"
-#include "tracks/track_formats_foreign.hpp"
 
 namespace pixtrail {
 
@@ -36,6 +35,11 @@ bool readNmeaLogText(std::string_view text, const std::string& fileName, const N
 bool readMagellanLogText(std::string_view text, const std::string& fileName, TVolGPS& track,
                          std::string& message);
 std::string magellanLogText(const TVolGPS& track, const TrackSettings& settings = {});
+
+// A ".log" file: a Magellan track log, or an ordinary NMEA log when it has position sentences and
+// no Magellan track sentences (data loggers name theirs ".log" too).
+bool readLogFileText(std::string_view text, const std::string& fileName, const NmeaLogOptions& options,
+                     TVolGPS& track, std::string& message);
 
 // True when the text holds Magellan track sentences.
 bool looksLikeMagellanLog(std::string_view text);

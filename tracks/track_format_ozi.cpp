@@ -3,7 +3,6 @@
 #include <cmath>
 #include <cstdio>
 
-#include "core/SafeFile.hpp"
 #include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
@@ -119,21 +118,6 @@ std::string oziTrackText(const TVolGPS& track, const TrackSettings& settings) {
     out += line + when + "\r\n";
   }
   return out;
-}
-
-bool readOziExplorerTrack(const std::filesystem::path& file, TVolGPS& track,
-                          const TrackFileSettings&, std::string& message) {
-  std::string text;
-  if (!readWholeFile(file, text, message)) return false;
-  return readOziTrackText(text, file.string(), track, message);
-}
-
-bool writeOziExplorerTrack(const TVolGPS& track, const std::filesystem::path& file,
-                           const TrackFileSettings& settings, std::string& message) {
-  SafeWriteOptions options;
-  options.keepBackup = settings.keepBackup;
-  options.mustNotExist = settings.mustNotExist;
-  return writeFileSafely(file, oziTrackText(track, settings.track), options, message);
 }
 
 }  // namespace pixtrail

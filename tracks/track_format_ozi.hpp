@@ -11,7 +11,6 @@
 #include <string_view>
 
 #include "tracks/TVolGPS.hpp"
-#include "tracks/track_formats_foreign.hpp"
 
 namespace pixtrail {
 

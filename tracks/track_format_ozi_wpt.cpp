@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <vector>
 
-#include "core/SafeFile.hpp"
 #include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
@@ -95,13 +94,6 @@ std::string oziWaypointFileText(const TBalizas& file) {
     out += line;
   }
   return out;
-}
-
-bool writeOziWaypointFile(const TBalizas& file, const std::filesystem::path& path, bool keepBackup,
-                          std::string& message) {
-  SafeWriteOptions options;
-  options.keepBackup = keepBackup;
-  return writeFileSafely(path, oziWaypointFileText(file), options, message);
 }
 
 }  // namespace pixtrail

@@ -16,7 +16,5 @@ namespace pixtrail {
 // Reading is readOziExplorerWaypointLine (declared in TBalizas.hpp): the position comes back in
 // the file's datum, as written.
 std::string oziWaypointFileText(const TBalizas& file);
-bool writeOziWaypointFile(const TBalizas& file, const std::filesystem::path& path, bool keepBackup,
-                          std::string& message);
 
 }  // namespace pixtrail

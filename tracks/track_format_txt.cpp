@@ -3,7 +3,6 @@
 #include <cmath>
 #include <vector>
 
-#include "core/SafeFile.hpp"
 #include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
@@ -148,13 +147,6 @@ bool readMapSourceTextTrackText(std::string_view text, const std::string& fileNa
   }
   track.points = std::move(loaded.points);
   return true;
-}
-
-bool readMapSourceTextTrack(const std::filesystem::path& file, TVolGPS& track, const TrackFileSettings&,
-                            std::string& message) {
-  std::string text;
-  if (!readWholeFile(file, text, message)) return false;
-  return readMapSourceTextTrackText(text, file.string(), track, message);
 }
 
 }  // namespace pixtrail

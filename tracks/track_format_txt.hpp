@@ -13,7 +13,6 @@
 #include "core/DateTimeRecord.hpp"
 #include "core/TCoord.hpp"
 #include "tracks/TVolGPS.hpp"
-#include "tracks/track_formats_foreign.hpp"
 
 namespace pixtrail {
 

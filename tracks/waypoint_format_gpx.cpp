@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <sstream>
 
-#include "core/SafeFile.hpp"
 #include "core/angles.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
@@ -50,7 +49,9 @@ class WaypointHandler : public XmlElementHandler {
   TBalizas& file_;
 };
 
-bool readStream(std::FILE* f, const std::string& fileName, TBalizas& file, std::string& message) {
+}  // namespace
+
+bool readGpxWaypointsStream(std::FILE* f, const std::string& fileName, TBalizas& file, std::string& message) {
   XmlStreamOptions options;
   options.isContainer = [](std::string_view n) { return n == "gpx"; };
   TBalizas loaded;
@@ -67,8 +68,6 @@ bool readStream(std::FILE* f, const std::string& fileName, TBalizas& file, std::
   return true;
 }
 
-}  // namespace
-
 bool readGpxWaypointsText(std::string_view text, const std::string& fileName, TBalizas& file,
                           std::string& message) {
   if (text.empty()) {
@@ -77,15 +76,7 @@ bool readGpxWaypointsText(std::string_view text, const std::string& fileName, TB
   }
   std::FILE* f = fmemopen(const_cast<char*>(text.data()), text.size(), "rb");
   if (!f) return false;
-  const bool ok = readStream(f, fileName, file, message);
-  std::fclose(f);
-  return ok;
-}
-
-bool readGpxWaypoints(const std::filesystem::path& path, TBalizas& file, std::string& message) {
-  std::FILE* f = openRegularFile(path, message);
-  if (!f) return false;
-  const bool ok = readStream(f, path.string(), file, message);
+  const bool ok = readGpxWaypointsStream(f, fileName, file, message);
   std::fclose(f);
   return ok;
 }
@@ -113,13 +104,6 @@ std::string gpxWaypointsText(const TBalizas& file) {
   std::ostringstream out;
   doc.save(out, "  ", pugi::format_default, pugi::encoding_utf8);
   return out.str();
-}
-
-bool writeGpxWaypoints(const TBalizas& file, const std::filesystem::path& path, bool keepBackup,
-                       std::string& message) {
-  SafeWriteOptions options;
-  options.keepBackup = keepBackup;
-  return writeFileSafely(path, gpxWaypointsText(file), options, message);
 }
 
 }  // namespace pixtrail

@@ -1,7 +1,7 @@
 #pragma once
 // GPX waypoints (<wpt>) into a waypoint file and back: name, position, elevation, description
 // (<desc>, else <cmt>) and symbol (<sym>). Streamed like GPX tracks.
-#include <filesystem>
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -9,11 +9,9 @@
 
 namespace pixtrail {
 
+bool readGpxWaypointsStream(std::FILE* f, const std::string& fileName, TBalizas& file, std::string& message);
 bool readGpxWaypointsText(std::string_view text, const std::string& fileName, TBalizas& file,
                           std::string& message);
-bool readGpxWaypoints(const std::filesystem::path& path, TBalizas& file, std::string& message);
 std::string gpxWaypointsText(const TBalizas& file);
-bool writeGpxWaypoints(const TBalizas& file, const std::filesystem::path& path, bool keepBackup,
-                       std::string& message);
 
 }  // namespace pixtrail

@@ -5,6 +5,7 @@
 #include "coords/TListaDatums.hpp"
 #include "tests/support/datum_fixture.hpp"
 #include "tests/support/test_support.hpp"
+#include "tracks/track_file_dispatch.hpp"
 
 namespace pixtrail {
 namespace {
@@ -125,14 +126,15 @@ TEST(WaypointFile, SurvivesADatumChangeOnWriteAndBack) {
   file.waypoints.emplace(waypoint("Greenwich", "", 51.4779, -0.0015));
   test::TempDir dir;
   std::string message;
-  const FileCoordinates inEd50{ed50, kFileDegrees};
-  ASSERT_TRUE(writeWaypointFile(file, dir / "w.wpt", inEd50, WaypointDefaults{}, false, message)) << message;
+  TrackFileSettings inEd50;
+  inEd50.file = {ed50, kFileDegrees};
+  ASSERT_TRUE(saveWaypoints(file, dir / "w.wpt", inEd50, message)) << message;
   const std::string text = test::readFileBytes(dir / "w.wpt");
   EXPECT_EQ(text.substr(0, 20), "G  European 1950\r\nU ");
   // The ED50 coordinates differ from WGS 84 by about 100 m at Madrid (0.001 degree or more).
   EXPECT_EQ(text.find("40.4168000"), std::string::npos) << text;
   TBalizas back;
-  ASSERT_TRUE(readWaypointFile(dir / "w.wpt", back, message)) << message;
+  ASSERT_TRUE(openWaypoints(dir / "w.wpt", back, {}, message)) << message;
   EXPECT_EQ(back.file.datum, ed50);
   ASSERT_EQ(back.waypoints.size(), 2u);
   for (std::size_t i = 0; i < 2; ++i) {
@@ -140,7 +142,7 @@ TEST(WaypointFile, SurvivesADatumChangeOnWriteAndBack) {
     EXPECT_NEAR(back.waypoints[i].position.lon, file.waypoints[i].position.lon, 2e-7);
   }
   std::string again;
-  ASSERT_TRUE(formatWaypointFile(back, inEd50, WaypointDefaults{}, again, message));
+  ASSERT_TRUE(formatWaypointFile(back, inEd50.file, WaypointDefaults{}, again, message));
   EXPECT_EQ(again, text) << "written, read and written again: the same bytes";
 }
 

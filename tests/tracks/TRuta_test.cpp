@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/test_support.hpp"
+#include "tracks/track_file_dispatch.hpp"
 
 namespace pixtrail {
 namespace {
@@ -28,10 +29,10 @@ TEST(RouteFile, RoutesKeepTheirNamesOrderAndBytes) {
   back.waypoints.emplace(stop("Home", 40.0, -3.0));
   test::TempDir dir;
   std::string message;
-  ASSERT_TRUE(writeRouteFile(routes, dir / "r.rte", {}, {}, false, message)) << message;
+  ASSERT_TRUE(saveRoutes(routes, dir / "r.rte", {}, message)) << message;
   const std::string text = test::readFileBytes(dir / "r.rte");
   TRutas read;
-  ASSERT_TRUE(readRouteFile(dir / "r.rte", read, message)) << message;
+  ASSERT_TRUE(openRoutes(dir / "r.rte", read, {}, message)) << message;
   ASSERT_EQ(read.routes.size(), 3u);
   EXPECT_EQ(read.routes[0].name, "Morning walk");
   ASSERT_EQ(read.routes[0].waypoints.size(), 3u);

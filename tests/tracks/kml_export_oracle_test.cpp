@@ -15,7 +15,7 @@ TEST(KmlOracle, GpsbabelReadsOurTracksAndPins) {
   std::string message;
   ASSERT_TRUE(openTrack(test::testData("formats/track_gpx_garmin_extensions.gpx"), track, {}, message));
   TBalizas pins;
-  ASSERT_TRUE(readGpxWaypoints(test::testData("formats/track_gpx_garmin_extensions.gpx"), pins, message));
+  ASSERT_TRUE(openWaypoints(test::testData("formats/track_gpx_garmin_extensions.gpx"), pins, {}, message));
   ASSERT_EQ(track.marks.size(), pins.waypoints.size()) << "the file's waypoints are the track's marks too";
   track.marks.clear();  // here they come as pins of their own
   KmlContent content;
@@ -41,7 +41,7 @@ TEST(WaypointOracle, OziAndGpxWaypointsAgreeWithGpsbabel) {
   const auto ozi = test::testData("formats/ozi.wpt");
   TBalizas file;
   std::string message;
-  ASSERT_TRUE(readWaypointFile(ozi, file, message)) << message;
+  ASSERT_TRUE(openWaypoints(ozi, file, {}, message)) << message;
   const test::OracleRun run = test::gpsbabelRead("ozi", ozi, "-w");
   ASSERT_EQ(run.points.size(), file.waypoints.size());
   for (std::size_t i = 0; i < run.points.size(); ++i) {
@@ -52,8 +52,8 @@ TEST(WaypointOracle, OziAndGpxWaypointsAgreeWithGpsbabel) {
   test::TempDir dir;
   for (const char* format : {"ozi", "gpx"}) {
     const auto out = dir / (std::string("out.") + (format == std::string("ozi") ? "wpt" : "gpx"));
-    ASSERT_TRUE(format == std::string("ozi") ? writeOziWaypointFile(file, out, false, message)
-                                             : writeGpxWaypoints(file, out, false, message)) << message;
+    if (format == std::string("ozi")) test::writeFileBytes(out, oziWaypointFileText(file));
+    else ASSERT_TRUE(saveWaypoints(file, out, {}, message)) << message;
     const test::OracleRun back = test::gpsbabelRead(format, out, "-w");
     EXPECT_EQ(back.errors, "") << format;
     ASSERT_EQ(back.points.size(), file.waypoints.size()) << format;

@@ -4,12 +4,13 @@
 
 #include <cmath>
 
-#include "app/Configuration.hpp"
+#include "core/messages.hpp"
 #include "coords/TListaDatums.hpp"
 #include "coords/coordinate_text.hpp"
 #include "core/angles.hpp"
 #include "tests/support/datum_fixture.hpp"
 #include "tests/support/test_support.hpp"
+#include "tracks/track_file_dispatch.hpp"
 
 namespace pixtrail {
 namespace {
@@ -317,23 +318,24 @@ TEST(NativeTrackFile, ExtensionRulesAndSafeReplacement) {
   EXPECT_EQ(nativeTrackFileName("a/b.trk.gpx"), "a/b.trk.TRK");
   EXPECT_EQ(nativeTrackFileName("a/b"), "a/b.TRK");
   test::TempDir dir;
-  const TVolGPS track = fullTrack();
-  std::filesystem::path written;
+  TVolGPS track = fullTrack();
+  track.fileName = "loaded.PLE";  // so that any name is saved natively
   std::string message;
-  NativeTrackWriteOptions options;
-  options.keepBackup = true;
-  ASSERT_TRUE(writeNativeTrack(track, dir / "walk.txt", options, written, message)) << message;
-  EXPECT_EQ(written, dir / "walk.TRK");
-  const std::string firstContent = test::readFileBytes(written);
-  ASSERT_TRUE(writeNativeTrack(track, dir / "walk.TRK", options, written, message));
+  TrackFileSettings settings;
+  settings.keepBackup = true;
+  ASSERT_TRUE(saveTrack(track, dir / "walk.txt", settings, message)) << message;
+  EXPECT_EQ(track.fileName, (dir / "walk.TRK").string());
+  const std::string firstContent = test::readFileBytes(dir / "walk.TRK");
+  ASSERT_TRUE(saveTrack(track, dir / "walk.TRK", settings, message));
   EXPECT_EQ(test::readFileBytes(dir / "walk.bak"), firstContent) << "the replaced file is kept";
   // A write that is refused (the file has a second hard link) leaves the old file as it was.
   test::writeFileBytes(dir / "walk.TRK", "old content");
   std::filesystem::create_hard_link(dir / "walk.TRK", dir / "walk-copy.TRK");
   TVolGPS other = fullTrack();
-  configuration().language.loadText("51=Error creating file %s\n");
+  setMessageSource([](int n) { return n == msg::kErrorCreatingFile ? std::string("Error creating file %s") : ""; });
   message.clear();
-  EXPECT_FALSE(writeNativeTrack(other, dir / "walk.TRK", options, written, message));
+  EXPECT_FALSE(saveTrack(other, dir / "walk.TRK", settings, message));
+  setMessageSource(nullptr);
   EXPECT_EQ(message.substr(0, message.find('\n')), "Error creating file " + (dir / "walk.TRK").string());
   EXPECT_EQ(test::readFileBytes(dir / "walk.TRK"), "old content");
 }
@@ -421,18 +423,15 @@ TEST(NativeTrackFile, AYearTheFormatCannotHoldIsRefusedNamingThePoint) {
   for (const int year : {1066, 1899, 1950, 2051}) {
     TVolGPS track = fullTrack();
     track.point(2).time.year = year;
-    NativeTrackWriteOptions options;
-    std::filesystem::path written;
     std::string message;
-    EXPECT_FALSE(writeNativeTrack(track, dir / "old.trk", options, written, message)) << year;
+    EXPECT_FALSE(saveTrack(track, dir / "old.trk", {}, message)) << year;
     EXPECT_NE(message.find("Point 3: the year " + std::to_string(year)), std::string::npos) << message;
     EXPECT_FALSE(std::filesystem::exists(dir / "old.TRK"));
   }
   TVolGPS early = fullTrack();
   early.headerRecord.start.year = 1899;
-  std::filesystem::path written;
   std::string message;
-  EXPECT_FALSE(writeNativeTrack(early, dir / "old.trk", {}, written, message));
+  EXPECT_FALSE(saveTrack(early, dir / "old.trk", {}, message));
   EXPECT_NE(message.find("Track start: the year 1899"), std::string::npos) << message;
 
   for (const int year : {1951, 2050}) {
@@ -440,15 +439,12 @@ TEST(NativeTrackFile, AYearTheFormatCannotHoldIsRefusedNamingThePoint) {
     for (std::size_t i = 0; i < track.pointCount(); ++i) track.point(i).time.year = year;
     track.point(0).time.day = 0;  // an undefined date keeps its year as written
     track.point(0).time.year = 7;
-    NativeTrackWriteOptions options;
-    std::filesystem::path written;
-    std::string message;
-    ASSERT_TRUE(writeNativeTrack(track, dir / "edge.trk", options, written, message)) << year << message;
+    std::string message, text;
+    ASSERT_TRUE(formatNativeTrack(track, {}, text, message)) << year << message;
     TVolGPS back;
     FileCoordinates file;
-    ASSERT_TRUE(readNativeTrack(written, back, file, message)) << message;
+    ASSERT_TRUE(parseNativeTrack(text, back, file, message)) << message;
     EXPECT_EQ(back.point(1).time.year, year);
-    std::filesystem::remove(written);
   }
 }
 

@@ -27,7 +27,7 @@ TEST_F(MagellanFilesWithGpsbabel, WeReadWhatItWritesInBothLayouts) {
     ASSERT_EQ(runCommand("gpsbabel -r -i gpx -f " + gpx + " -o " + format + " -F " + base + ".rte").status, 0);
     std::string message;
     TBalizas w;
-    ASSERT_TRUE(readWaypointFile(base + ".upt", w, message)) << format << ": " << message;
+    ASSERT_TRUE(openWaypoints(base + ".upt", w, {}, message)) << format << ": " << message;
     const OracleRun theirs = gpsbabelRead("gpx", testData("magellan/upload.gpx"), "-w");
     ASSERT_EQ(w.waypoints.size(), theirs.points.size()) << format;
     for (std::size_t i = 0; i < w.waypoints.size(); ++i) {
@@ -37,7 +37,7 @@ TEST_F(MagellanFilesWithGpsbabel, WeReadWhatItWritesInBothLayouts) {
       EXPECT_NEAR(w.waypoints[i].position.lon, theirs.points[i].lon, 1e-5) << format;
     }
     TRutas r;
-    ASSERT_TRUE(readRouteFile(base + ".rte", r, message)) << format << ": " << message;
+    ASSERT_TRUE(openRoutes(base + ".rte", r, {}, message)) << format << ": " << message;
     ASSERT_EQ(r.routes.size(), 1u) << format;
     ASSERT_EQ(r.routes[0].waypoints.size(), 5u) << format;
     EXPECT_EQ(r.routes[0].waypoints[2].name, "RIO") << format;
@@ -54,10 +54,10 @@ TEST_F(MagellanFilesWithGpsbabel, ItReadsWhatWeWrite) {
   ASSERT_EQ(runCommand("gpsbabel -r -i gpx -f " + gpx + " -o magellanx -F " + (dir / "src.rte").string()).status, 0);
   TBalizas src;
   TRutas routes;
-  ASSERT_TRUE(readWaypointFile(dir / "src.upt", src, message)) << message;
-  ASSERT_TRUE(readRouteFile(dir / "src.rte", routes, message)) << message;
-  ASSERT_TRUE(writeWaypointFile(src, dir / "ours.upt", {}, {}, false, message)) << message;
-  ASSERT_TRUE(writeRouteFile(routes, dir / "ours.rte", {}, {}, false, message)) << message;
+  ASSERT_TRUE(openWaypoints(dir / "src.upt", src, {}, message)) << message;
+  ASSERT_TRUE(openRoutes(dir / "src.rte", routes, {}, message)) << message;
+  ASSERT_TRUE(saveWaypoints(src, dir / "ours.upt", {}, message)) << message;
+  ASSERT_TRUE(saveRoutes(routes, dir / "ours.rte", {}, message)) << message;
 
   const OracleRun wpt = gpsbabelRead("magellanx", dir / "ours.upt", "-w");
   ASSERT_EQ(wpt.status, 0) << wpt.errors;

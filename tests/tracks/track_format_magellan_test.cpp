@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/test_support.hpp"
+#include "tracks/track_file_dispatch.hpp"
 
 namespace pixtrail {
 namespace {
@@ -102,21 +103,21 @@ TEST(MagellanText, TheWaypointAndRouteFilesChooseTheFormByContentAndExtension) {
   b.name = "HOME";
   b.position = {2.0, 41.0, 10.0f};
   std::string message;
-  ASSERT_TRUE(writeWaypointFile(w, dir / "a.upt", {}, {}, false, message)) << message;
+  ASSERT_TRUE(saveWaypoints(w, dir / "a.upt", {}, message)) << message;
   EXPECT_TRUE(looksLikeMagellanText(test::readFileBytes(dir / "a.upt")));
   TBalizas back;
-  ASSERT_TRUE(readWaypointFile(dir / "a.upt", back, message)) << message;
+  ASSERT_TRUE(openWaypoints(dir / "a.upt", back, {}, message)) << message;
   ASSERT_EQ(back.waypoints.size(), 1u);
   EXPECT_EQ(back.waypoints[0].name, "HOME");
   // A native file stays native; a Magellan route file is written back as one.
-  ASSERT_TRUE(writeWaypointFile(back, dir / "a.wpt", {}, {}, false, message)) << message;
+  ASSERT_TRUE(saveWaypoints(back, dir / "a.wpt", {}, message)) << message;
   EXPECT_FALSE(looksLikeMagellanText(test::readFileBytes(dir / "a.wpt")));
   test::writeFileBytes(dir / "in.rte", framed("PMGNWPL,4100.000,N,00200.000,E,0000010,M,HOME,,a") +
                                            framed("PMGNRTE,1,1,c,1,HOME,a"));
   TRutas r;
-  ASSERT_TRUE(readRouteFile(dir / "in.rte", r, message)) << message;
+  ASSERT_TRUE(openRoutes(dir / "in.rte", r, {}, message)) << message;
   EXPECT_TRUE(r.magellanText);
-  ASSERT_TRUE(writeRouteFile(r, dir / "out.rte", {}, {}, false, message)) << message;
+  ASSERT_TRUE(saveRoutes(r, dir / "out.rte", {}, message)) << message;
   EXPECT_TRUE(looksLikeMagellanText(test::readFileBytes(dir / "out.rte")));
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/test_support.hpp"
+#include "tracks/track_file_dispatch.hpp"
 
 namespace pixtrail {
 namespace {
@@ -42,7 +43,7 @@ TEST(OziWaypointLine, ColumnsCommasAndFailures) {
 TEST(OziWaypointFile, SampleReadsAndOurFileReadsBack) {
   TBalizas file;
   std::string message;
-  ASSERT_TRUE(readWaypointFile(test::testData("formats/ozi.wpt"), file, message)) << message;
+  ASSERT_TRUE(openWaypoints(test::testData("formats/ozi.wpt"), file, {}, message)) << message;
   ASSERT_GT(file.waypoints.size(), 5u);
   EXPECT_EQ(file.waypoints[0].name, "GCEBB");
   EXPECT_EQ(file.waypoints[0].description, "Mountain Bike Heaven by susy1313");

@@ -7,7 +7,7 @@
 #include "core/input_limits.hpp"
 #include "tests/support/test_support.hpp"
 #include "tracks/track_format_gpx.hpp"
-#include "tracks/track_formats_foreign.hpp"
+#include "tracks/track_file_dispatch.hpp"
 
 namespace pixtrail {
 namespace {
@@ -46,7 +46,7 @@ TEST(XmlLimits, HostileShapesEndInAMessageWithinABoundedTime) {
     TVolGPS track;
     std::string message;
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_FALSE(readGpxTrack(file, track, {}, message)) << c.what;
+    EXPECT_FALSE(openTrack(file, track, {}, message)) << c.what;
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(c.maxSeconds)) << c.what;
     EXPECT_NE(message.find(c.reason), std::string::npos) << c.what << ": " << message.substr(0, 200);
   }
@@ -63,7 +63,7 @@ TEST(XmlLimits, DeepButReasonableNestingStillReads) {
   test::writeFileBytes(dir / "deep.gpx", xml);
   TVolGPS track;
   std::string message;
-  ASSERT_TRUE(readGpxTrack(dir / "deep.gpx", track, {}, message)) << message;
+  ASSERT_TRUE(openTrack(dir / "deep.gpx", track, {}, message)) << message;
   ASSERT_EQ(track.pointCount(), 1u);
   EXPECT_DOUBLE_EQ(track.point(0).position.lat, 1.5);
 }
