@@ -35,22 +35,16 @@ constexpr std::array<StatusName, 4> kStatusNames = {{{GeotagStatus::Tagged, "tag
 }  // namespace
 
 // The photos named on the command line: a folder gives its photos, a file is a group of its own.
-bool collectPhotos(const std::vector<std::filesystem::path>& inputs, TCjtoFotos& photos, std::string& message) {
+bool collectPhotos(const std::vector<std::filesystem::path>& inputs, TCjtoFotos& photos, std::string& message,
+                   const std::function<void(TFoto&)>& loaded) {
   bool any = false;
   std::error_code ec;
   for (const auto& input : inputs) {
     if (std::filesystem::is_directory(input, ec)) {
       std::string folderMessage;
-      TFotos* group = photos.LoadFolder(input, folderMessage);
-      if (group == nullptr) {
+      if (photos.LoadFolder(input, folderMessage, loaded) == nullptr) {
         appendMessage(message, input.string() + ": " + folderMessage);
         continue;
-      }
-      // A folder read while another program replaces files in it may list one photo twice.
-      std::set<std::filesystem::path> seen;
-      for (std::size_t i = 0; i < group->photos.size();) {
-        if (seen.insert(group->photos[i].fileName).second) ++i;
-        else group->photos.erase(i);
       }
       any = true;  // unreadable photos stay in the group and are reported one by one
       continue;
@@ -70,6 +64,7 @@ bool collectPhotos(const std::vector<std::filesystem::path>& inputs, TCjtoFotos&
       photo->readable = false;
       photo->loadMessage = std::string("Error reading the photo: ") + e.what();
     }
+    if (loaded) loaded(*photo);
     group->photos.add(std::move(photo));
     photos.groups.add(std::move(group));
     any = true;
@@ -129,7 +124,7 @@ bool preparePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult&
 }
 
 // The file work of one photo; photos are independent, so several run at once.
-void writePhotoFile(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& result) {
+void writePhotoFile(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& result, SafeBatch& batch) {
   std::string& message = result.message;
   if (options.writeError && result.hasConfidence) {
     TTifTag error;
@@ -140,19 +135,19 @@ void writePhotoFile(const GeotagOptions& options, TFoto& photo, GeotagPhotoResul
     photo.fixEntries.push_back(error);
   }
   if (options.dryRun) {
-    std::string jpeg;
-    if (!photo.SetFix(message) || !photo.exif.Render(jpeg, message)) {
+    std::string head;
+    if (!photo.SetFix(message) || !photo.exif.RenderHead(head, message)) {
       result.status = GeotagStatus::Error;
       return;
     }
-    result.planned = plannedEntries(jpeg);
+    result.planned = plannedEntries(head);
     result.status = GeotagStatus::Tagged;
   } else {
     SafeWriteOptions write;
     write.keepModificationTime = options.keepMtime;
     write.allowReadOnly = options.allowReadOnly;
     write.removeLeftovers = false;  // once per folder, before the writers start
-    result.status = photo.Save(result.written, message, write) ? GeotagStatus::Tagged : GeotagStatus::Error;
+    result.status = photo.Save(result.written, message, write, &batch) ? GeotagStatus::Tagged : GeotagStatus::Error;
   }
   if (result.status != GeotagStatus::Tagged) return;
   result.dropped = photo.exif.dropped();
@@ -164,13 +159,14 @@ void writePhotoFile(const GeotagOptions& options, TFoto& photo, GeotagPhotoResul
 }
 
 // A photo that fails in any way is reported and skipped; the others and the summary go on.
-void writePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& result) {
+void writePhoto(const GeotagOptions& options, TFoto& photo, GeotagPhotoResult& result, SafeBatch& batch) {
   try {
-    writePhotoFile(options, photo, result);
+    writePhotoFile(options, photo, result, batch);
   } catch (const std::exception& e) {
     result.status = GeotagStatus::Error;
     appendMessage(result.message, std::string("Error writing the photo: ") + e.what());
   }
+  photo.forgetExif();  // its entries, thumbnail and image data are not held once it is written
 }
 
 // Two photos of one name from different folders would land on one output: both are refused
@@ -187,8 +183,7 @@ void refuseSharedOutputs(std::vector<std::pair<TFoto*, GeotagPhotoResult*>>& toW
   });
 }
 
-// Each written photo waits for its own flush to disk; with several in flight the disk and the
-// file system's journal serve them together instead of one after another.
+// Several photos in flight: one reads its EXIF segment while another's image data is copied.
 constexpr std::size_t kWriters = 8;
 
 }  // namespace
@@ -246,27 +241,28 @@ bool refusedWithMessage(const GeotagClockReport& clock, std::string& message) {
 
 }  // namespace
 
+void addPhotoClock(PhotoClocks& out, const TFoto& photo, const TimeZone& zone) {
+  DateTimeValue clock = 0.0;
+  if (!photo.readable || !photo.hasTime || !photo.time.toValue(clock)) return;
+  ClockSample sample;
+  sample.name = photo.name();
+  double ownOffsetS = 0.0;
+  if (zone.isSet() && readPhotoUtcOffset(photo.exif, ownOffsetS)) {
+    sample.clock = clock - ownOffsetS / kSecondsPerDay;
+    ++out.ownUtcOffsets;
+  } else {
+    sample.clock = zone.toUtc(clock);
+  }
+  sample.hasPosition = photo.hasPosition;
+  sample.position = photo.position;
+  out.samples.push_back(std::move(sample));
+  out.photos.push_back(&photo);
+}
+
 PhotoClocks photoClocks(const TCjtoFotos& photos, const TimeZone& zone) {
   PhotoClocks out;
-  for (const TFotos& group : photos.groups) {
-    for (const TFoto& photo : group.photos) {
-      DateTimeValue clock = 0.0;
-      if (!photo.readable || !photo.hasTime || !photo.time.toValue(clock)) continue;
-      ClockSample sample;
-      sample.name = photo.name();
-      double ownOffsetS = 0.0;
-      if (zone.isSet() && readPhotoUtcOffset(photo.exif, ownOffsetS)) {
-        sample.clock = clock - ownOffsetS / kSecondsPerDay;
-        ++out.ownUtcOffsets;
-      } else {
-        sample.clock = zone.toUtc(clock);
-      }
-      sample.hasPosition = photo.hasPosition;
-      sample.position = photo.position;
-      out.samples.push_back(std::move(sample));
-      out.photos.push_back(&photo);
-    }
-  }
+  for (const TFotos& group : photos.groups)
+    for (const TFoto& photo : group.photos) addPhotoClock(out, photo, zone);
   return out;
 }
 
@@ -296,11 +292,17 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
   photos.addCoordinates = true;
   photos.markTrack = !options.markTrackFile.empty();
   photos.gpsQuirks = options.exactQuirks ? GpsQuirks::Exact : GpsQuirks::Safe;
-  if (!collectPhotos(options.inputs, photos, message)) return false;
+  // Each photo's time is taken as it is read, and its EXIF entries let go until it is written:
+  // a folder of any size fits in little memory.
+  PhotoClocks clocks;
+  const auto loaded = [&](TFoto& photo) {
+    addPhotoClock(clocks, photo, zone);
+    photo.forgetExif();
+  };
+  if (!collectPhotos(options.inputs, photos, message, loaded)) return false;
   const TrackSettings& settings = options.trackFiles.track;
 
   // The camera's clock: its zone, then the offset and drift given, found, or checked.
-  const PhotoClocks clocks = photoClocks(photos, zone);
   clock.ownUtcOffsets = clocks.ownUtcOffsets;
   const TrackTimeline timeline(tracks, trackTimeScales(tracks), zone, settings);
   clock.applied = {options.offsetSeconds, options.driftSPerHour, earliestClock(clocks.samples)};
@@ -349,9 +351,7 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
         result.message = photo.loadMessage;
       } else if (!timed) {
         result.status = GeotagStatus::NoTime;
-        std::string why;
-        photo.exif.ReadDateTime(result.time, why);
-        result.message = why;
+        result.message = photo.timeMessage;
       } else {
         const ClockSample& s = clocks.samples[sample++];
         const DateTimeValue lineTime = clock.applied.apply(s.clock);
@@ -404,11 +404,14 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
     for (const auto& item : toWrite) folders.insert(item.second->written.parent_path());
     for (const auto& folder : folders) removeLeftoverTemporaries(folder.empty() ? std::filesystem::path(".") : folder);
   }
+  // One flush for the whole run: new files are flushed once at the end (or not at all when asked),
+  // rewritten photos all become durable before any of them replaces its original.
+  SafeBatch batch(options.inPlace || options.sync ? SafeBatch::Flush::AtEnd : SafeBatch::Flush::None);
   std::mutex progressLock;
   std::atomic<std::size_t> next{0};
   auto writer = [&] {
     for (std::size_t i = next++; i < toWrite.size(); i = next++) {
-      writePhoto(options, *toWrite[i].first, *toWrite[i].second);
+      writePhoto(options, *toWrite[i].first, *toWrite[i].second, batch);
       const std::lock_guard lock(progressLock);
       if (progress) progress(++done, total);
     }
@@ -416,6 +419,17 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
   {
     std::vector<std::jthread> writers;
     for (std::size_t w = 0; w < std::min(kWriters, toWrite.size()); ++w) writers.emplace_back(writer);
+  }
+  if (!options.dryRun) {
+    const auto failed = batch.commit();
+    for (const auto& [target, why] : failed) {
+      for (const auto& [photo, result] : toWrite) {
+        if (result->written != target || result->status != GeotagStatus::Tagged) continue;
+        result->status = GeotagStatus::Error;
+        result->dropped.clear();
+        appendMessage(result->message, why);
+      }
+    }
   }
   for (std::size_t t = 0; t < tracks.size(); ++t) {
     std::string ignored;

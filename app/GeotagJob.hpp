@@ -30,6 +30,10 @@ struct GeotagOptions {
   bool keepMtime = false;                     // written photos keep the original's modification time
   bool allowReadOnly = false;                 // rewrite photos whose write permission is off
   bool dryRun = false;                        // build everything, write nothing
+  // New files (outDir) are flushed to disk once, when all are written; false leaves that to the
+  // system, as a plain copy does. Photos rewritten in place are always flushed before they replace
+  // the originals.
+  bool sync = true;
   // Camera time. Unset, capture times are taken on the tracks' own scale, as they stand.
   std::string timeZone;                       // the camera's local zone: an IANA name or "local"
   double driftSPerHour = 0.0;                 // added to the offset per hour after the earliest photo
@@ -116,9 +120,13 @@ struct PhotoClocks {
   std::size_t ownUtcOffsets = 0;
 };
 PhotoClocks photoClocks(const TCjtoFotos& photos, const TimeZone& zone);
+// Adds one photo (when it has a capture time) to `clocks`.
+void addPhotoClock(PhotoClocks& clocks, const TFoto& photo, const TimeZone& zone);
 // The tracks' time scales by their file names' extensions.
 std::vector<TrackTimeScale> trackTimeScales(const VectorP<TVolGPS>& tracks);
-// Loads the photos named (folders give their .jpg files). False with a message when none.
-bool collectPhotos(const std::vector<std::filesystem::path>& inputs, TCjtoFotos& photos, std::string& message);
+// Loads the photos named (folders give their .jpg files), telling `loaded` of each as it is read.
+// False with a message when none.
+bool collectPhotos(const std::vector<std::filesystem::path>& inputs, TCjtoFotos& photos, std::string& message,
+                   const std::function<void(TFoto&)>& loaded = {});
 
 }  // namespace pixtrail

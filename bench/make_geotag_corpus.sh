@@ -2,19 +2,21 @@
 # Builds the geotagging benchmark corpus in DIR (default build/geotag-corpus), reproducibly:
 #   photos/   300 JPEGs of 12 megapixels (~3 MB), camera EXIF copied from two real cameras' tags
 #             (every third photo in Motorola byte order), a JPEG thumbnail, capture times every
-#             72 s across the track
+#             72 s across the track. PHOTOS sets the count, SIZE the pixels (SIZE=560x420 gives
+#             photos of about 95 KB).
 #   track.gpx a one-second GPX track of six hours (21600 points)
 # Needs python3, ImageMagick and exiftool. Times are UTC throughout.
 set -euo pipefail
 here=$(cd "$(dirname "$0")/.." && pwd)
 dir=${1:-$here/build/geotag-corpus}
 count=${PHOTOS:-300}
+size=${SIZE:-4000x3000}
 mkdir -p "$dir/base" "$dir/photos"
 rm -f "$dir"/photos/*.jpg
 
 for seed in 1 2 3 4; do
   base="$dir/base/base$seed.jpg"
-  [ -f "$base" ] || convert -size 4000x3000 -seed "$seed" xc:gray +noise Random -blur 0x1 -quality 88 "$base"
+  [ -f "$base" ] || convert -size "$size" -seed "$seed" xc:gray +noise Random -blur 0x1 -quality 88 "$base"
 done
 [ -f "$dir/base/thumb.jpg" ] || convert "$dir/base/base1.jpg" -resize 160x120 -quality 80 "$dir/base/thumb.jpg"
 

@@ -142,6 +142,9 @@ void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& r
                          ->option_text("DIR");
   CLI::Option* inPlace = cmd->add_flag("--in-place", options->inPlace, "Rewrite the original photos safely");
   out->excludes(inPlace);
+  cmd->add_flag("--no-sync", options->noSync,
+                "With --out, do not flush the new photos to disk at the end (as a plain copy does)")
+      ->excludes(inPlace);
   cmd->add_option("--mark-track", options->markTrack, "Save the track with the photos marked on it")->option_text("FILE");
   cmd->add_flag("--overwrite", options->overwrite, "Replace an existing --mark-track file");
   cmd->add_flag("--keep-mtime", options->keepMtime, "Written photos keep the original's modification time");
@@ -192,6 +195,7 @@ int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global) 
   }
   job.outDir = options.outDir;
   job.inPlace = options.inPlace;
+  job.sync = !options.noSync;
   job.markTrackFile = options.markTrack;
   job.overwriteMarkTrack = options.overwrite;
   job.keepMtime = options.keepMtime;

@@ -15,6 +15,7 @@ struct GeotagCommandOptions {
   std::string offset;  // "[+|-]HH:MM:SS"
   std::string outDir;
   bool inPlace = false;
+  bool noSync = false;  // --out: leave flushing the new photos to the system
   std::string markTrack;
   bool overwrite = false;  // replace an existing --mark-track file
   bool keepMtime = false;

@@ -14,6 +14,9 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <map>
+#include <mutex>
+#include <set>
 #include <thread>
 
 #include "core/messages.hpp"
@@ -272,14 +275,137 @@ std::size_t removeLeftoverTemporaries(const fs::path& folder) {
   return sweepFolder(dir.get());
 }
 
-bool writeFileSafely(const fs::path& target, std::string_view content, const SafeWriteOptions& options,
-                     std::string& message) {
-  Target t;
-  t.name = target.filename().string();
-  if (t.name.empty() || t.name == "." || t.name == "..") {
+namespace {
+
+bool checkName(const fs::path& target, std::string& name, std::string& message) {
+  name = target.filename().string();
+  if (name.empty() || name == "." || name == "..") {
     appendMessage(message, "Error creating " + target.string() + ": not a file name");
     return false;
   }
+  return true;
+}
+
+bool createTemporary(int folder, const fs::path& folderPath, const fs::path& target, bool replacing,
+                     std::string& temporary, Descriptor& fd, std::string& message) {
+  for (int attempt = 0; attempt < kTemporaryAttempts && !fd.valid(); ++attempt) {
+    temporary = randomName();
+    // Private until complete; a new file then gets the usual permissions.
+    fd.reset(::openat(folder, temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                      replacing ? 0600 : 0666));
+    if (!fd.valid() && errno != EEXIST) break;
+  }
+  if (fd.valid()) return true;
+  appendMessage(message, "Error creating a temporary file in " + folderPath.string() + " for " + target.string() +
+                             ": " + systemReason(errno));
+  return false;
+}
+
+// The rest of another file, copied by the kernel where it can (no pass through the program, and
+// shared blocks on file systems that clone), else through a buffer.
+bool copyRange(int from, std::uint64_t offset, std::uint64_t length, int to, int& error) {
+#if defined(__linux__)
+  auto in = static_cast<off_t>(offset);
+  while (length > 0) {
+    const std::size_t chunk = static_cast<std::size_t>(std::min<std::uint64_t>(length, std::uint64_t{1} << 30));
+    const ssize_t n = ::copy_file_range(from, &in, to, nullptr, chunk, 0);
+    if (n > 0) {
+      length -= static_cast<std::uint64_t>(n);
+      continue;
+    }
+    if (n == 0) {
+      error = EIO;  // the source ended before its measured size: it changed while being copied
+      return false;
+    }
+    if (errno == EINTR) continue;
+    if (errno != EXDEV && errno != ENOSYS && errno != EINVAL && errno != EOPNOTSUPP && errno != EPERM) {
+      error = errno;
+      return false;
+    }
+    break;  // not between these files: copy through a buffer from where it stopped
+  }
+  offset = static_cast<std::uint64_t>(in);
+#endif
+  constexpr std::size_t kBuffer = 256 * 1024;
+  std::string buffer(static_cast<std::size_t>(std::min<std::uint64_t>(length, kBuffer)), '\0');
+  while (length > 0) {
+    const std::size_t want = static_cast<std::size_t>(std::min<std::uint64_t>(length, buffer.size()));
+    const ssize_t n = ::pread(from, buffer.data(), want, static_cast<off_t>(offset));
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) {
+      error = n == 0 ? EIO : errno;
+      return false;
+    }
+    if (!writeAll(to, std::string_view(buffer.data(), static_cast<std::size_t>(n)))) {
+      error = errno;
+      return false;
+    }
+    offset += static_cast<std::uint64_t>(n);
+    length -= static_cast<std::uint64_t>(n);
+  }
+  return true;
+}
+
+bool fill(int fd, const FileContent& content, const fs::path& target, std::string& message) {
+  int error = 0;
+  if (!writeAll(fd, content.head)) error = errno;
+  if (error == 0 && content.sourceFd >= 0 && content.sourceLength > 0)
+    copyRange(content.sourceFd, content.sourceOffset, content.sourceLength, fd, error);
+  if (error == 0) return true;
+  appendMessage(message, "Error writing " + target.string() + ": " + systemReason(error));
+  return false;
+}
+
+// Gives the complete temporary the target's name: as a new file (never replacing one that appeared
+// meanwhile), or over the old file, kept as a backup when asked. The temporary goes on failure.
+bool install(int folder, const std::string& temporary, const fs::path& target, const Target& t,
+             const SafeWriteOptions& options, std::string& message) {
+  const auto discard = [&] { ::unlinkat(folder, temporary.c_str(), 0); };
+  if (options.mustNotExist || !t.exists) {
+    int error = 0;
+    if (!linkInAsNew(folder, temporary, t.name, error)) {
+      discard();
+      appendMessage(message, error == EEXIST ? "File already exists: " + target.string()
+                                             : "Error saving " + target.string() + ": " + systemReason(error));
+      return false;
+    }
+    return true;
+  }
+  if (options.keepBackup) {
+    fs::path backup = target;
+    backup.replace_extension(".bak");
+    const std::string backupName = backup.filename().string();
+    if (backupName != t.name) {
+      ::unlinkat(folder, backupName.c_str(), 0);
+      // A hard link keeps the target in place until the rename; without them, the old file
+      // moves aside first.
+      if (::linkat(folder, t.name.c_str(), folder, backupName.c_str(), 0) != 0 &&
+          !(noHardLinks(errno) && ::renameat(folder, t.name.c_str(), folder, backupName.c_str()) == 0)) {
+        appendMessage(message, "Error keeping backup " + backup.string() + ": " + systemReason(errno));
+        discard();
+        return false;
+      }
+    }
+  }
+  if (::renameat(folder, temporary.c_str(), folder, t.name.c_str()) != 0) {
+    appendMessage(message, "Error saving " + target.string() + ": " + systemReason(errno));
+    discard();
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool writeFileSafely(const fs::path& target, std::string_view content, const SafeWriteOptions& options,
+                     std::string& message) {
+  return writeFileSafely(target, FileContent{content}, options, message);
+}
+
+bool writeFileSafely(const fs::path& target, const FileContent& content, const SafeWriteOptions& options,
+                     std::string& message) {
+  Target t;
+  if (!checkName(target, t.name, message)) return false;
   const fs::path folderPath = folderOf(target);
   if (options.removeLeftovers) removeLeftoverTemporaries(folderPath);
   bool lockable = false;
@@ -294,21 +420,13 @@ bool writeFileSafely(const fs::path& target, std::string_view content, const Saf
 
   std::string temporary;
   Descriptor fd;
-  for (int attempt = 0; attempt < kTemporaryAttempts && !fd.valid(); ++attempt) {
-    temporary = randomName();
-    // Private until complete; a new file then gets the usual permissions.
-    fd.reset(::openat(folder.get(), temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                      t.exists ? 0600 : 0666));
-    if (!fd.valid() && errno != EEXIST) break;
-  }
-  if (!fd.valid()) {
-    appendMessage(message, "Error creating a temporary file in " + folderPath.string() + " for " + target.string() +
-                               ": " + systemReason(errno));
+  if (!createTemporary(folder.get(), folderPath, target, t.exists, temporary, fd, message)) return false;
+  const auto discard = [&] { ::unlinkat(folder.get(), temporary.c_str(), 0); };
+  if (!fill(fd.get(), content, target, message)) {
+    discard();
     return false;
   }
-  const auto discard = [&] { ::unlinkat(folder.get(), temporary.c_str(), 0); };
-
-  if (!writeAll(fd.get(), content) || ::fsync(fd.get()) != 0) {
+  if (::fsync(fd.get()) != 0) {
     appendMessage(message, "Error writing " + target.string() + ": " + systemReason(errno));
     discard();
     return false;
@@ -322,42 +440,183 @@ bool writeFileSafely(const fs::path& target, std::string_view content, const Saf
     discard();
     return false;
   }
-
-  if (options.mustNotExist || !t.exists) {
-    // Never replaces a file created meanwhile.
-    int error = 0;
-    if (!linkInAsNew(folder.get(), temporary, t.name, error)) {
-      discard();
-      appendMessage(message, error == EEXIST ? "File already exists: " + target.string()
-                                             : "Error saving " + target.string() + ": " + systemReason(error));
-      return false;
-    }
-  } else {
-    if (options.keepBackup) {
-      fs::path backup = target;
-      backup.replace_extension(".bak");
-      const std::string backupName = backup.filename().string();
-      if (backupName != t.name) {
-        ::unlinkat(folder.get(), backupName.c_str(), 0);
-        // A hard link keeps the target in place until the rename; without them, the old file
-        // moves aside first.
-        if (::linkat(folder.get(), t.name.c_str(), folder.get(), backupName.c_str(), 0) != 0 &&
-            !(noHardLinks(errno) && ::renameat(folder.get(), t.name.c_str(), folder.get(), backupName.c_str()) == 0)) {
-          appendMessage(message, "Error keeping backup " + backup.string() + ": " + systemReason(errno));
-          discard();
-          return false;
-        }
-      }
-    }
-    if (::renameat(folder.get(), temporary.c_str(), folder.get(), t.name.c_str()) != 0) {
-      appendMessage(message, "Error saving " + target.string() + ": " + systemReason(errno));
-      discard();
-      return false;
-    }
-  }
+  if (!install(folder.get(), temporary, target, t, options, message)) return false;
   // Makes the rename itself durable.
   if (lockable) ::fsync(folder.get());
   return true;
+}
+
+namespace {
+
+bool changedSince(const struct stat& before, const struct stat& now) {
+  return !sameFile(before, now) || before.st_mode != now.st_mode || before.st_uid != now.st_uid ||
+         before.st_gid != now.st_gid || before.st_mtim.tv_sec != now.st_mtim.tv_sec ||
+         before.st_mtim.tv_nsec != now.st_mtim.tv_nsec;
+}
+
+// Starts writing the file out now, without waiting, so that the batch's one flush finds little left.
+void startWriteback(int fd) {
+#if defined(__linux__)
+  ::sync_file_range(fd, 0, 0, SYNC_FILE_RANGE_WRITE);
+#else
+  (void)fd;
+#endif
+}
+
+}  // namespace
+
+struct SafeBatch::State {
+  struct Folder {
+    fs::path path;
+    Descriptor fd;
+    bool lockable = false;
+    dev_t device = 0;
+  };
+  // A replacement waiting for the commit.
+  struct Pending {
+    Folder* folder;
+    fs::path target;
+    std::string name;
+    std::string temporary;
+    struct stat st;
+    SafeWriteOptions options;
+  };
+
+  Flush flush;
+  std::mutex lock;
+  std::map<fs::path, std::unique_ptr<Folder>> folders;
+  std::vector<Pending> pending;
+  std::vector<std::pair<Folder*, std::string>> created;  // new files, named already
+  std::size_t written = 0;
+  std::function<void(Step, std::size_t)> observer;
+
+  void tell(Step step, std::size_t index) const {
+    if (observer) observer(step, index);
+  }
+
+  Folder* folderFor(const fs::path& path, const fs::path& target, std::string& message) {
+    const std::lock_guard guard(lock);
+    auto& entry = folders[path];
+    if (!entry) {
+      auto folder = std::make_unique<Folder>();
+      folder->path = path;
+      folder->fd.reset(openFolder(path, folder->lockable));
+      struct stat st {};
+      if (!folder->fd.valid() || ::fstat(folder->fd.get(), &st) != 0) {
+        appendMessage(message, "Error creating " + target.string() + ": " + systemReason(errno));
+        folders.erase(path);
+        return nullptr;
+      }
+      folder->device = st.st_dev;
+      // Held until the batch ends: its temporaries are in use until then.
+      if (folder->lockable) ::flock(folder->fd.get(), LOCK_SH);
+      entry = std::move(folder);
+    }
+    return entry.get();
+  }
+
+  // Every file written so far, durable: one flush per file system where the system has one.
+  bool flushAll() {
+#if defined(__linux__)
+    std::set<dev_t> done;
+    bool ok = true;
+    for (const auto& [path, folder] : folders)
+      if (done.insert(folder->device).second && ::syncfs(folder->fd.get()) != 0) ok = false;
+    if (ok) return true;
+#endif
+    bool ok2 = true;
+    auto flushOne = [&](const Folder& folder, const std::string& name) {
+      Descriptor fd(::openat(folder.fd.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+      if (!fd.valid() || ::fsync(fd.get()) != 0) ok2 = false;
+    };
+    for (const Pending& p : pending) flushOne(*p.folder, p.temporary);
+    for (const auto& [folder, name] : created) flushOne(*folder, name);
+    return ok2;
+  }
+};
+
+SafeBatch::SafeBatch(Flush flush) : state_(std::make_unique<State>()) { state_->flush = flush; }
+
+SafeBatch::~SafeBatch() {
+  for (const State::Pending& p : state_->pending) ::unlinkat(p.folder->fd.get(), p.temporary.c_str(), 0);
+}
+
+void SafeBatch::observeSteps(std::function<void(Step, std::size_t)> observer) { state_->observer = std::move(observer); }
+
+bool SafeBatch::write(const fs::path& target, const FileContent& content, const SafeWriteOptions& options,
+                      std::string& message) {
+  Target t;
+  if (!checkName(target, t.name, message)) return false;
+  const fs::path folderPath = folderOf(target);
+  State::Folder* folder = state_->folderFor(folderPath, target, message);
+  if (folder == nullptr) return false;
+  const int dir = folder->fd.get();
+  if (!inspectTarget(dir, target, options, t, message)) return false;
+
+  std::string temporary;
+  Descriptor fd;
+  if (!createTemporary(dir, folderPath, target, t.exists, temporary, fd, message)) return false;
+  const auto discard = [&] { ::unlinkat(dir, temporary.c_str(), 0); };
+  if (!fill(fd.get(), content, target, message) || (t.exists && !carryOver(fd.get(), target, t, options, message))) {
+    discard();
+    return false;
+  }
+  if (state_->flush == Flush::AtEnd) startWriteback(fd.get());
+  if (::close(fd.release()) != 0) {
+    appendMessage(message, "Error writing " + target.string() + ": " + systemReason(errno));
+    discard();
+    return false;
+  }
+  const bool now = options.mustNotExist || !t.exists;
+  if (now && !install(dir, temporary, target, t, options, message)) return false;
+  std::size_t index = 0;
+  {
+    const std::lock_guard guard(state_->lock);
+    if (now) state_->created.emplace_back(folder, t.name);
+    else state_->pending.push_back({folder, target, t.name, temporary, t.st, options});
+    index = state_->written++;
+  }
+  state_->tell(Step::Written, index);
+  return true;
+}
+
+std::vector<std::pair<fs::path, std::string>> SafeBatch::commit() {
+  State& s = *state_;
+  const bool flush = s.flush == Flush::AtEnd;
+  std::vector<std::pair<fs::path, std::string>> failed;
+  if (flush && !s.flushAll()) {
+    // Nothing is renamed over what the user has unless it is known to be on disk.
+    for (const State::Pending& p : s.pending) {
+      ::unlinkat(p.folder->fd.get(), p.temporary.c_str(), 0);
+      failed.emplace_back(p.target, "Error writing " + p.target.string() + ": " + systemReason(errno));
+    }
+    s.pending.clear();
+  }
+  s.tell(Step::Flushed, 0);
+  for (std::size_t i = 0; i < s.pending.size(); ++i) {
+    const State::Pending& p = s.pending[i];
+    const int dir = p.folder->fd.get();
+    Target t;
+    t.name = p.name;
+    std::string message;
+    bool ok = inspectTarget(dir, p.target, p.options, t, message);
+    if (ok && t.exists && changedSince(p.st, t.st)) {
+      // Replaced or changed since the temporary was made: what the user has now is what is kept.
+      Descriptor fd(::openat(dir, p.temporary.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+      ok = fd.valid() && carryOver(fd.get(), p.target, t, p.options, message) && (!flush || ::fsync(fd.get()) == 0);
+      if (!ok && message.empty()) appendMessage(message, "Error writing " + p.target.string() + ": " + systemReason(errno));
+    }
+    if (ok) ok = install(dir, p.temporary, p.target, t, p.options, message);
+    else ::unlinkat(dir, p.temporary.c_str(), 0);
+    if (!ok) failed.emplace_back(p.target, message);
+    s.tell(Step::Renamed, i);
+  }
+  s.pending.clear();
+  if (flush)
+    for (const auto& [path, folder] : s.folders)
+      if (folder->lockable) ::fsync(folder->fd.get());
+  s.tell(Step::FoldersFlushed, 0);
+  return failed;
 }
 
 namespace {
@@ -417,6 +676,13 @@ bool readWholeFile(const fs::path& file, std::string& content, std::string& mess
   bytes.resize(have);
   content = std::move(bytes);
   return true;
+}
+
+int openRegularDescriptor(const fs::path& file, std::string& message, std::uint64_t& size, std::size_t maxBytes) {
+  std::size_t bytes = 0;
+  const int fd = openRegular(file, message, maxBytes, &bytes);
+  size = bytes;
+  return fd;
 }
 
 std::FILE* openRegularFile(const fs::path& file, std::string& message, std::size_t maxBytes) {

@@ -18,7 +18,7 @@ using Opener = bool (*)(Document&, const std::filesystem::path&, const TrackFile
 bool openPhotoFolder(Document& doc, const std::filesystem::path& folder, const TrackFileSettings&,
                      OpenResult& added, std::string& message) {
   // Unreadable photos stay in the folder with their own message; only an empty folder fails.
-  if (doc.photos.LoadFolder(folder, message, !doc.readPhotosLater) == nullptr) return false;
+  if (doc.photos.LoadFolder(folder, message, {}, !doc.readPhotosLater) == nullptr) return false;
   ++added.photoFolders;
   return true;
 }

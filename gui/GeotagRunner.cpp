@@ -102,18 +102,16 @@ void applyGeotagResults(Document& document, const std::vector<GeotagPhotoResult>
 
 std::vector<PlannedPlace> planPlaces(Document& document, double offsetSeconds) {
   TCjtoFotos planner;  // addCoordinates off: the photos are only looked at
-  planner.clockOffsetDays = offsetSeconds / kSecondsPerDay;
   std::vector<PlannedPlace> out;
   for (TFoto* photo : document.allPhotos()) {
-    for (TVolGPS& track : document.tracks) {
-      const Placement placement = planner.placePhoto(*photo, track, TrackSettings{});
-      if (placement.status != PlacementStatus::Placed) continue;
-      TCoord p = placement.where.position;
-      std::string ignored;
-      datumTable().Transforma_Grados_Datum(p, kWorkingDatum, kDatumWgs84, ignored);
-      out.push_back({photo, p.lat, p.lon});
-      break;  // the first track that covers the time wins, as in the job
-    }
+    int track = -1;
+    const Placement placement =
+        planner.placeOnTracks(*photo, document.tracks, TrackSettings{}, offsetSeconds / kSecondsPerDay, track);
+    if (placement.status != PlacementStatus::Placed) continue;
+    TCoord p = placement.where.position;
+    std::string ignored;
+    datumTable().Transforma_Grados_Datum(p, kWorkingDatum, kDatumWgs84, ignored);
+    out.push_back({photo, p.lat, p.lon});
   }
   return out;
 }

@@ -1,6 +1,6 @@
 #pragma once
-// The photos of a document: one TFotos per loaded folder, each photo a point object with its EXIF
-// data, and the synchronisation that places photos on a track by their capture time.
+// The photos of a document: one TFotos per loaded folder, and the synchronisation that places
+// photos on tracks by their capture time.
 
 #include <filesystem>
 #include <functional>
@@ -11,50 +11,10 @@
 #include "core/DateTimeRecord.hpp"
 #include "core/TCoord.hpp"
 #include "core/VectorP.hpp"
-#include "photos/TJpegExif.hpp"
+#include "photos/TFoto.hpp"
 #include "tracks/TVolGPS.hpp"
 
 namespace pixtrail {
-
-// One "Exif::" field of a photo.
-struct PhotoField {
-  std::string name;   // "Exif::" and the held key in decimal
-  std::string label;  // the tag's label, empty when the tag has none
-  std::string text;
-};
-
-class TFoto {
- public:
-  std::filesystem::path fileName;
-  TCoord position;               // in `datum`
-  int datum = kWorkingDatum;
-  DateTimeRecord time;           // capture time as the camera wrote it
-  bool hasTime = false;
-  bool hasPosition = false;
-  bool readable = false;         // the EXIF block could be read
-  std::string loadMessage;       // why not, when it could not
-  TJpegExif exif;                // owns the tag list
-  std::string thumbnail;         // the JPEG thumbnail of the EXIF block, when there is one
-  // GPS entries that belong to the new fix (its estimated error, say): set after the position,
-  // which clears what the old fix left behind.
-  std::vector<TTifTag> fixEntries;
-
-  // Reads the EXIF data, the capture time and any stored position (converted to the working datum).
-  bool load(const std::filesystem::path& file, std::string& message);
-  std::string name() const { return fileName.filename().string(); }
-
-  // Writes the position into the photo: into `target`, which must not exist yet, or in place when
-  // `target` is the photo's own file. The photo then refers to the target.
-  bool Save(const std::filesystem::path& target, std::string& message, const SafeWriteOptions& write = {});
-  // The position and `fixEntries` into the tag list only (what Save writes).
-  bool SetFix(std::string& message);
-
-  std::vector<PhotoField> exifFields() const;
-  // "Exif::<key>": the first entry with that key in IFD0, the EXIF IFD, then the GPS IFD.
-  bool exifField(std::string_view fieldName, PhotoField& out) const;
-  // The textured panel that stands for the photo in the 3D view.
-  std::string panelDescription() const;
-};
 
 class TFotos {
  public:
@@ -76,20 +36,26 @@ class TCjtoFotos {
   static constexpr std::string_view kDisplayName = "Fotos";
 
   VectorP<TFotos> groups;
-  double clockOffsetDays = 0.0;  // camera clock offset, added to every capture time
   bool markTrack = false;        // mark the track with the photos
   bool addCoordinates = false;   // give the photos the positions found
   GpsQuirks gpsQuirks = GpsQuirks::Safe;  // how the photos' GPS entries are read and written
 
-  // Every file of the folder whose extension is "jpg" in any case, in name order. Photos whose
-  // EXIF cannot be read are kept (without time) and their messages gathered. Without `readPhotos`
-  // the photos only get their file names, for a caller that reads them later (TFoto::load).
-  TFotos* LoadFolder(const std::filesystem::path& folder, std::string& message, bool readPhotos = true);
+  // Every file of the folder whose extension is "jpg" in any case, in name order, each once. Photos
+  // whose EXIF cannot be read are kept (without time) and their messages gathered. `loaded` sees
+  // each photo as soon as it is read. Without `readPhotos` the photos only get their file names,
+  // for a caller that reads them later (TFoto::load).
+  TFotos* LoadFolder(const std::filesystem::path& folder, std::string& message,
+                     const std::function<void(TFoto&)>& loaded = {}, bool readPhotos = true);
 
-  // Places one photo on the track at its capture time plus the clock offset.
-  Placement placePhoto(TFoto& photo, TVolGPS& track, const TrackSettings& settings) const;
+  // Places one photo on the track at its capture time plus `offsetDays` (the camera clock offset).
+  Placement placePhoto(TFoto& photo, TVolGPS& track, const TrackSettings& settings, double offsetDays) const;
+  // The same over several tracks: the first that covers the photo's time wins. `track` receives
+  // its index, or -1 when none covers it.
+  Placement placeOnTracks(TFoto& photo, VectorP<TVolGPS>& tracks, const TrackSettings& settings, double offsetDays,
+                          int& track) const;
   // The whole group in list order; `progress` is told after each photo. Returns the number placed.
-  int Synchronise(TFotos& group, TVolGPS& track, const TrackSettings& settings, std::vector<Placement>& out,
+  int Synchronise(TFotos& group, TVolGPS& track, const TrackSettings& settings, double offsetDays,
+                  std::vector<Placement>& out,
                   const std::function<void(std::size_t done, std::size_t total)>& progress = {});
 };
 

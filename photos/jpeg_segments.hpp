@@ -18,6 +18,8 @@ namespace pixtrail {
 inline constexpr std::string_view kErrSoi = "Error in SOI";
 inline constexpr std::string_view kErrApp1 = "Error APP1 header";
 inline constexpr std::string_view kErrDqt = "Error Define Quantization Table";
+// What an EXIF APP1 segment starts with, before its TIFF structure.
+inline constexpr std::string_view kExifHeader{"Exif\0\0", 6};
 
 // Random access to the source, whether a file or bytes in memory.
 struct MemorySource {

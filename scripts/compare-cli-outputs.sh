@@ -67,6 +67,7 @@ record() {
   run geotag --track in/samples/retiro-walk.trk --offset -01:00:00 --exact-quirks --out w/tagged in/samples
   run geotag --track in/samples/retiro-walk.trk --offset -01:00:00 --write-error --out w/tagged \
     --mark-track w/marked.trk in/samples
+  run geotag --track in/samples/retiro-walk.trk --force --json --out w/tagged in/tests/data/photos
   run offset --track in/samples/retiro-walk.trk in/samples
   run offset --json --track in/samples/retiro-walk.trk in/samples
 

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -243,6 +244,106 @@ TEST(SafeFile, ReadingRefusesWhatNeverEndsAndWhatIsTooLarge) {
   message.clear();
   EXPECT_FALSE(readWholeFile(dir / "missing", content, message));
   EXPECT_EQ(message, "Error opening " + (dir / "missing").string());
+}
+
+// Writing from another file: the head from memory, then exactly the range asked for; a source
+// that ends early (changed while being copied) fails and leaves the target as it was.
+TEST(SafeFile, CopiesTheRangeOfAnotherFileAfterTheHead) {
+  TempDir dir;
+  std::string image;
+  for (int i = 0; i < 300000; ++i) image += static_cast<char>('a' + i % 23);  // past one copy buffer
+  writeFileBytes(dir / "source", image);
+  writeFileBytes(dir / "target", "old");
+  const int source = ::open((dir / "source").c_str(), O_RDONLY);
+  ASSERT_GE(source, 0);
+  std::string message;
+  ASSERT_TRUE(writeFileSafely(dir / "target", FileContent{"HEAD", source, 7, image.size() - 7}, {}, message))
+      << message;
+  EXPECT_EQ(readFileBytes(dir / "target"), "HEAD" + image.substr(7));
+  EXPECT_FALSE(writeFileSafely(dir / "target", FileContent{"HEAD", source, 7, image.size()}, {}, message));
+  EXPECT_NE(message.find("Error writing"), std::string::npos) << message;
+  EXPECT_EQ(readFileBytes(dir / "target"), "HEAD" + image.substr(7));
+  ::close(source);
+  EXPECT_EQ(strayEntries(dir.path(), {"source", "target"}), std::vector<std::string>{});
+}
+
+// A batch killed at every step it goes through: each file is either untouched or completely
+// replaced, no replacement shows before the commit, and the next write clears the leftovers.
+TEST(SafeBatch, KilledAtAnyStepLeavesEveryFileOldOrNew) {
+  constexpr int kFiles = 4;
+  const auto name = [](int i) { return "p" + std::to_string(i) + ".jpg"; };
+  const auto newContent = [](int i) { return std::string(5000 + i, static_cast<char>('A' + i)); };
+  struct KillPoint {
+    SafeBatch::Step step;
+    std::size_t index;
+  };
+  const KillPoint points[] = {{SafeBatch::Step::Written, 0}, {SafeBatch::Step::Written, kFiles - 1},
+                              {SafeBatch::Step::Flushed, 0},  {SafeBatch::Step::Renamed, 1},
+                              {SafeBatch::Step::Renamed, kFiles - 2}, {SafeBatch::Step::FoldersFlushed, 0}};
+  for (const KillPoint& point : points) {
+    TempDir dir;
+    for (int i = 0; i < kFiles; ++i) writeFileBytes(dir / name(i), "old " + std::to_string(i));
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      SafeBatch batch;
+      batch.observeSteps([&](SafeBatch::Step step, std::size_t index) {
+        if (step == point.step && index == point.index) ::_exit(0);
+      });
+      std::string message;
+      for (int i = 0; i < kFiles; ++i) {
+        const std::string content = newContent(i);
+        if (!batch.write(dir / name(i), FileContent{content}, {}, message)) ::_exit(2);
+      }
+      batch.commit();
+      ::_exit(3);  // the kill point was never reached
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "step " << static_cast<int>(point.step);
+    int replaced = 0;
+    for (int i = 0; i < kFiles; ++i) {
+      const std::string bytes = readFileBytes(dir / name(i));
+      ASSERT_TRUE(bytes == "old " + std::to_string(i) || bytes == newContent(i)) << name(i);
+      replaced += bytes == newContent(i);
+    }
+    const int expected = point.step == SafeBatch::Step::Renamed          ? static_cast<int>(point.index) + 1
+                         : point.step == SafeBatch::Step::FoldersFlushed ? kFiles
+                                                                         : 0;  // nothing shows before the renames
+    EXPECT_EQ(replaced, expected) << "step " << static_cast<int>(point.step) << " index " << point.index;
+    std::string message;
+    ASSERT_TRUE(writeFileSafely(dir / "next.txt", "next run", {}, message)) << message;
+    EXPECT_EQ(strayEntries(dir.path(), {name(0), name(1), name(2), name(3), "next.txt"}), std::vector<std::string>{});
+  }
+}
+
+// What stands at a name is looked at again when the batch commits: a link planted meanwhile is not
+// replaced, a new file that appeared is not overwritten, and the rest of the batch goes on.
+TEST(SafeBatch, CommitLooksAtEachTargetAgainAndNewFilesNeverReplace) {
+  TempDir dir;
+  writeFileBytes(dir / "a.jpg", "old a");
+  writeFileBytes(dir / "b.jpg", "old b");
+  writeFileBytes(dir / "victim", "someone else's");
+  SafeBatch batch(SafeBatch::Flush::None);
+  std::string message;
+  ASSERT_TRUE(batch.write(dir / "a.jpg", FileContent{"new a"}, {}, message)) << message;
+  ASSERT_TRUE(batch.write(dir / "b.jpg", FileContent{"new b"}, {}, message)) << message;
+  SafeWriteOptions fresh;
+  fresh.mustNotExist = true;
+  ASSERT_TRUE(batch.write(dir / "c.jpg", FileContent{"new c"}, fresh, message)) << message;
+  EXPECT_EQ(readFileBytes(dir / "c.jpg"), "new c") << "a new file is named at once";
+  EXPECT_FALSE(batch.write(dir / "c.jpg", FileContent{"again"}, fresh, message));
+  EXPECT_EQ(readFileBytes(dir / "a.jpg"), "old a") << "replacements wait for the commit";
+
+  fs::remove(dir / "b.jpg");
+  fs::create_symlink(dir / "victim", dir / "b.jpg");
+  const auto failed = batch.commit();
+  ASSERT_EQ(failed.size(), 1u);
+  EXPECT_EQ(failed[0].first, dir / "b.jpg");
+  EXPECT_NE(failed[0].second.find("symbolic link"), std::string::npos) << failed[0].second;
+  EXPECT_EQ(readFileBytes(dir / "a.jpg"), "new a");
+  EXPECT_EQ(readFileBytes(dir / "victim"), "someone else's");
+  EXPECT_EQ(strayEntries(dir.path(), {"a.jpg", "b.jpg", "c.jpg", "victim"}), std::vector<std::string>{});
 }
 
 }  // namespace

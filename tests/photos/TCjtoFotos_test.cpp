@@ -75,13 +75,13 @@ TEST_F(PhotoCollection, SynchronisesWithTheClockOffsetAndLeavesUncoveredPhotosAl
   std::vector<Placement> placements;
 
   // Neither flag set: nothing is done.
-  photos.clockOffsetDays = 1.0 / 24.0;
-  EXPECT_EQ(photos.Synchronise(*group, t, {}, placements), 0);
+  const double hour = 1.0 / 24.0;
+  EXPECT_EQ(photos.Synchronise(*group, t, {}, hour, placements), 0);
   EXPECT_FALSE(group->photos[0].hasPosition);
 
   photos.addCoordinates = true;
   photos.markTrack = true;
-  EXPECT_EQ(photos.Synchronise(*group, t, {}, placements), 2);
+  EXPECT_EQ(photos.Synchronise(*group, t, {}, hour, placements), 2);
   ASSERT_EQ(placements.size(), 4u);
   EXPECT_NEAR(group->photos[0].position.lat, 40.005, 1e-9);
   EXPECT_NEAR(group->photos[0].position.lon, -3.0, 1e-9);
