@@ -22,10 +22,10 @@ std::vector<std::optional<TCoord>> cs2csForward(const std::filesystem::path& gri
   std::ostringstream input;
   input.precision(17);
   for (const TCoord& p : in) input << p.lon << ' ' << p.lat << '\n';
-  const auto out = test::oracleOutput("cs2cs", "ntv2_cs2cs.txt", "forward " + grid.filename().string(),
-                                      "cs2cs -f %.12f +proj=longlat +ellps=GRS80 +nadgrids=" +
-                                          test::shellQuote(grid.string()) + " +to +proj=longlat +datum=WGS84",
-                                      input.str());
+  const auto out = test::oracleOutputFor("cs2cs", "ntv2_cs2cs.txt", "forward " + grid.filename().string(),
+                                         "cs2cs -f %.12f +proj=longlat +ellps=GRS80 +nadgrids=" +
+                                             test::shellQuote(grid.string()) + " +to +proj=longlat +datum=WGS84",
+                                         input.str());
   EXPECT_EQ(out.status, 0) << out.err;
   std::vector<std::optional<TCoord>> result;
   std::istringstream lines(out.out);

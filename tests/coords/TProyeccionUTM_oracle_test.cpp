@@ -28,7 +28,7 @@ TEST(UtmOracle, MatchesGeoConvertToOneMillimetre) {
   std::ostringstream input;
   input.precision(17);
   for (const TCoord& p : points) input << p.lat << ' ' << p.lon << '\n';
-  const auto run = test::oracleOutput("GeoConvert", "utm_geoconvert.txt", "utm", "GeoConvert -u -p 6", input.str());
+  const auto run = test::oracleOutputFor("GeoConvert", "utm_geoconvert.txt", "utm", "GeoConvert -u -p 6", input.str());
   ASSERT_EQ(run.status, 0) << run.err;
   std::istringstream output(run.out);
   double worst = 0;

@@ -26,9 +26,9 @@ TEST(ShippedDatumsVersusCs2cs, EveryRowShiftsLikeItsTowgs84) {
     char definition[256];
     std::snprintf(definition, sizeof definition, "+proj=longlat +a=%.17g +rf=%.17g +towgs84=%.17g,%.17g,%.17g",
                   d.a, d.inverseFlattening, d.dX, d.dY, d.dZ);
-    const auto out = test::oracleOutput("cs2cs", "datum_table_cs2cs.txt", definition,
-                                        std::string("cs2cs -f %.10f ") + definition + " +to +proj=longlat +datum=WGS84",
-                                        input.str());
+    const auto out = test::oracleOutputFor("cs2cs", "datum_table_cs2cs.txt", definition,
+                                           std::string("cs2cs -f %.10f ") + definition + " +to +proj=longlat +datum=WGS84",
+                                           input.str());
     ASSERT_EQ(out.status, 0) << out.err;
     std::istringstream lines(out.out);
     for (const TCoord& p : points) {

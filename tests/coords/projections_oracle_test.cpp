@@ -111,9 +111,9 @@ std::vector<std::array<double, 3>> cs2cs(const std::string& ellipsoid, const std
   std::ostringstream input;
   input.precision(15);
   for (const TCoord& p : points) input << p.lon << ' ' << p.lat << ' ' << p.alt << '\n';
-  const auto run = test::oracleOutput("cs2cs", "projections_cs2cs.txt", target + ellipsoid,
-                                      "cs2cs -f %.6f +proj=longlat" + ellipsoid + " +to " + target + ellipsoid,
-                                      input.str());
+  const auto run = test::oracleOutputFor("cs2cs", "projections_cs2cs.txt", target + ellipsoid,
+                                         "cs2cs -f %.6f +proj=longlat" + ellipsoid + " +to " + target + ellipsoid,
+                                         input.str());
   EXPECT_EQ(run.status, 0) << run.err;
   std::vector<std::array<double, 3>> out;
   std::istringstream output(run.out);

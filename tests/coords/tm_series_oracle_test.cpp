@@ -49,8 +49,8 @@ TEST(TmSeriesOracle, AgreesWithGeographicLibWithinTheZone) {
   std::ostringstream input;
   input.precision(17);
   for (const Sample& s : samples) input << s.lat << ' ' << s.dlon << '\n';
-  const auto run = test::oracleOutput("TransverseMercatorProj", "tm_series_geographiclib.txt", "utm scale",
-                                      "TransverseMercatorProj -k 0.9996 -l 0", input.str());
+  const auto run = test::oracleOutputFor("TransverseMercatorProj", "tm_series_geographiclib.txt", "utm scale",
+                                         "TransverseMercatorProj -k 0.9996 -l 0", input.str());
   ASSERT_EQ(run.status, 0) << run.err;
   std::istringstream output(run.out);
   // The forward series meets 1 mm to 3.5 degrees and 1 cm to 5.75; at exactly 6 degrees on the

@@ -55,14 +55,13 @@ void writeRecords(const std::filesystem::path& file, const std::map<std::string,
 
 }  // namespace
 
-CommandOutput oracleOutput(const std::string& tool, const std::string& golden, const std::string& key,
-                           const std::string& commandLine, const std::string& stdinText) {
-  const std::filesystem::path file = testData("golden/" + golden);
+CommandOutput oracleOutputFor(const std::string& tool, const std::string& golden, const std::string& key,
+                              const std::string& commandLine, const std::string& stdinText) {
+  const std::filesystem::path file = testData("golden") / golden;
   const std::string hash = keyHash(key, stdinText);
-  if (haveTool(tool)) {
+  if (oracleLive(tool)) {
     CommandOutput live = runCommand(commandLine, stdinText);
-    const char* update = std::getenv("PIXTRAIL_UPDATE_GOLDEN");
-    if (live.status == 0 && update && std::string(update) == "1") {
+    if (std::getenv("PIXTRAIL_UPDATE_GOLDEN") != nullptr && live.status == 0) {
       auto records = readRecords(file);
       records[hash] = live.out;
       writeRecords(file, records);
@@ -73,8 +72,8 @@ CommandOutput oracleOutput(const std::string& tool, const std::string& golden, c
   const auto found = records.find(hash);
   CommandOutput stored;
   if (found == records.end()) {
-    ADD_FAILURE() << tool << " is not installed and " << file << " holds no output for " << key
-                  << "; store it on a machine with the tool (PIXTRAIL_UPDATE_GOLDEN=1)";
+    ADD_FAILURE() << tool << " is not run and " << file << " holds no output for " << key
+                  << "; store it where the tool is installed (PIXTRAIL_UPDATE_GOLDEN=1)";
     return stored;
   }
   stored.status = 0;

@@ -1,7 +1,8 @@
 #pragma once
-// An oracle tool's output that does not depend on the tool being installed. Where the tool is on
-// the PATH it runs; where it is not, the output it gave once, stored under tests/data/golden/,
-// stands in, so the comparison runs on every machine. PIXTRAIL_UPDATE_GOLDEN=1 stores each live run.
+// Many runs of one oracle tool kept in one stored file: the keyed form of test::oracleOutput
+// (test_support.hpp), for tests that feed a tool many inputs. Same rules: the tool runs where
+// oracleLive() says so (PIXTRAIL_UPDATE_GOLDEN stores each live run under tests/data/golden/);
+// elsewhere the stored output stands in.
 
 #include <string>
 
@@ -13,7 +14,7 @@ namespace pixtrail::test {
 // stably (the command line may hold temporary paths), and the input is part of the key too, so a
 // changed input never meets an old output. A run that has neither the tool nor a stored output
 // fails the calling test.
-CommandOutput oracleOutput(const std::string& tool, const std::string& golden, const std::string& key,
-                           const std::string& commandLine, const std::string& stdinText = "");
+CommandOutput oracleOutputFor(const std::string& tool, const std::string& golden, const std::string& key,
+                              const std::string& commandLine, const std::string& stdinText = "");
 
 }  // namespace pixtrail::test
