@@ -6,6 +6,7 @@
 
 #include "tracks/nmea_checksum.hpp"
 #include "tracks/nmea_sentences.hpp"
+#include "tests/support/nmea_lines.hpp"
 
 namespace pixtrail {
 namespace {
@@ -14,12 +15,7 @@ namespace {
 const std::string kGga = "GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,";  // *47
 const std::string kRmc = "GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W";  // *6A
 
-NmeaSentence parsed(const std::string& line) {
-  NmeaSentence s;
-  TErrorNMEA error;
-  EXPECT_TRUE(s.Parse(line, error)) << line;
-  return s;
-}
+NmeaSentence parsed(const std::string& line) { return test::parsedLine<NmeaSentence>(line); }
 
 TEST(NmeaChecksum, MatchesPublishedSentences) {
   EXPECT_EQ(nmeaChecksum(std::string_view(kGga)), 0x47);
