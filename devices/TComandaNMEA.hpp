@@ -1,8 +1,8 @@
 #pragma once
-// One NMEA 0183 sentence: the received form (TComandaNMEA_Rx: a line split into identifier, fields
-// and checksum) and the form to send (TComandaNMEA_Tx: fields joined, checksummed, CR LF ended).
-// The receive side also reads the waypoint, route and track sentences of the Magellan ("PMGN…"),
-// MLR and Talvio dialects; each dialect reports failures with its own family of messages.
+// One NMEA 0183 sentence: the received form (TComandaNMEA_Rx: the shared sentence of
+// tracks/nmea_sentence.hpp, plus the waypoint and route sentences of the Magellan ("PMGN…"), MLR
+// and Talvio dialects, each reporting failures with its own family of messages) and the form to
+// send (TComandaNMEA_Tx: fields joined, checksummed, CR LF ended).
 
 #include <cstdint>
 #include <string>

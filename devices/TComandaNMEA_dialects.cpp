@@ -1,6 +1,6 @@
 // The waypoint, route and track sentences of the receiver dialects, read from a parsed sentence.
 // Field layouts (after the identifier):
-//   GGA as a track point  as decodeGga reads it; a time and a position are required
+//   GGA as a track point  as NmeaGga reads it; a time and a position are required
 //   PMGNWPL   1..4 position, 5 altitude, 6 unit, 7 name, 8 comment, 9 icon
 //   WPL       1..4 position, 5 name (the talker "WP" marks an MLR unit's own list)
 //   RTE       1 message count, 2 message number, 3 "c"/"w", 4 route name, then waypoint names
@@ -39,17 +39,19 @@ bool readNamedPosition(const TComandaNMEA_Rx& s, NmeaDialect dialect, NmeaWaypoi
 }  // namespace
 
 bool TComandaNMEA_Rx::ParseGGATrackPoint(NmeaTrackPoint& out, TErrorNMEA& error) const {
-  const NmeaGga gga = decodeGga(*this);
-  if (fieldCount() < 7 || !gga.time) {
+  const NmeaGga gga(*this);
+  const std::optional<DateTimeRecord> time = gga.time();
+  if (fieldCount() < 7 || !time) {
     error.refuse(TErrorNMEA::kSentence, nmea_text::kMagGga, body());
     return false;
   }
-  if (!position(2, NmeaDialect::kMagellan, error)) return false;
+  const std::optional<TCoord> position = this->position(2, NmeaDialect::kMagellan, error);
+  if (!position) return false;
   NmeaTrackPoint p;
-  p.time = *gga.time;
-  p.position = *gga.position;
-  p.position.alt = static_cast<float>(gga.altitudeM.value_or(kUnknownAltitude));
-  p.valid = !gga.qualityText.empty() && gga.qualityText != "0";
+  p.time = *time;
+  p.position = *position;
+  p.position.alt = static_cast<float>(gga.altitudeM().value_or(kUnknownAltitude));
+  p.valid = !gga.qualityText().empty() && gga.qualityText() != "0";
   out = p;
   return true;
 }

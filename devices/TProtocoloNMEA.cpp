@@ -139,38 +139,41 @@ bool TProtocoloNMEA::processLine(std::string_view line, TDatosGPSActual& fix, in
 
 bool TProtocoloNMEA::takeGga(Context& c) {
   if (!prefers("GGA")) return false;
-  const NmeaGga gga = decodeGga(sentence_);
+  const NmeaGga gga(sentence_);
+  const std::optional<TCoord> position = gga.position();
+  const std::string_view quality = gga.qualityText();
   TDatosGPSActual& fix = c.fix;
-  fix.time.assign(gga.timeText);
+  fix.time.assign(gga.timeText());
   // The quality decides (a receiver that says 1 with "00" satellites still has a fix); a position
   // that does not read is no fix, and the position held stays. RMC and GLL do the same.
-  fix.fixValid = gga.position && !gga.qualityText.empty() && gga.qualityText != "0";
-  fix.differential = gga.qualityText == "2";
-  if (gga.position) {
-    fix.position.lat = gga.position->lat;
-    fix.position.lon = gga.position->lon;
-    fix.position.alt = static_cast<float>(gga.altitudeM.value_or(kUnknownAltitude));
+  fix.fixValid = position && !quality.empty() && quality != "0";
+  fix.differential = quality == "2";
+  if (position) {
+    fix.position.lat = position->lat;
+    fix.position.lon = position->lon;
+    fix.position.alt = static_cast<float>(gga.altitudeM().value_or(kUnknownAltitude));
   }
-  const long long sats = gga.satellites.value_or(-1);
+  const long long sats = gga.satellites().value_or(-1);
   fix.satellites = sats >= 0 && sats <= kMaxSatellites ? static_cast<std::int32_t>(sats) : -1;
-  fix.hdop = std::max(gga.hdop.value_or(0.0), 0.0);
-  fix.geoidSeparationM = gga.geoidSeparationM.value_or(0.0);
+  fix.hdop = std::max(gga.hdop().value_or(0.0), 0.0);
+  fix.geoidSeparationM = gga.geoidSeparationM().value_or(0.0);
   return true;
 }
 
 bool TProtocoloNMEA::takeRmc(Context& c) {
   if (!prefers("RMC")) return false;
-  const NmeaRmc rmc = decodeRmc(sentence_);
+  const NmeaRmc rmc(sentence_);
+  const std::optional<TCoord> position = rmc.position();
   TDatosGPSActual& fix = c.fix;
-  fix.time.assign(rmc.timeText);
-  fix.fixValid = rmc.position && rmc.status == "A";
-  if (rmc.position) {
-    fix.position.lat = rmc.position->lat;
-    fix.position.lon = rmc.position->lon;
+  fix.time.assign(rmc.timeText());
+  fix.fixValid = position && rmc.status() == "A";
+  if (position) {
+    fix.position.lat = position->lat;
+    fix.position.lon = position->lon;
   }
-  fix.speedMs = knotsToMs(rmc.speedKnots);
-  fix.courseRad = degreesToRad(rmc.courseDeg);
-  if (!rmc.dateText.empty()) fix.date.assign(rmc.dateText);
+  fix.speedMs = knotsToMs(rmc.speedKnots());
+  fix.courseRad = degreesToRad(rmc.courseDeg());
+  if (!rmc.dateText().empty()) fix.date.assign(rmc.dateText());
   return true;
 }
 
@@ -179,14 +182,15 @@ bool TProtocoloNMEA::takeGll(Context& c) {
   // GLL repeats what GGA or RMC said; it takes over only once they have stopped coming, and a
   // GLL never shuts out the next GLL of a receiver that sends nothing else.
   if (gllShutOut_ && c.sinceLastPosition <= kLostFixSentences) return false;
-  const NmeaGll gll = decodeGll(sentence_);
+  const NmeaGll gll(sentence_);
+  const std::optional<TCoord> position = gll.position();
   TDatosGPSActual& fix = c.fix;
-  fix.fixValid = gll.position && gll.status == "A";
-  if (gll.position) {
-    fix.position.lat = gll.position->lat;
-    fix.position.lon = gll.position->lon;
+  fix.fixValid = position && gll.status() == "A";
+  if (position) {
+    fix.position.lat = position->lat;
+    fix.position.lon = position->lon;
   }
-  if (!gll.timeText.empty()) fix.time.assign(gll.timeText);
+  if (!gll.timeText().empty()) fix.time.assign(gll.timeText());
   return true;
 }
 
@@ -222,9 +226,9 @@ double TProtocoloNMEA::knotsToMs(std::optional<double> knots) const {
 }
 
 bool TProtocoloNMEA::takeVtg(Context& c) {
-  const NmeaVtg vtg = decodeVtg(sentence_);
-  c.fix.courseRad = degreesToRad(vtg.courseTrueDeg);
-  c.fix.speedMs = knotsToMs(vtg.speedKnots);
+  const NmeaVtg vtg(sentence_);
+  c.fix.courseRad = degreesToRad(vtg.courseTrueDeg());
+  c.fix.speedMs = knotsToMs(vtg.speedKnots());
   return false;
 }
 

@@ -1,4 +1,4 @@
-// The NMEA line parser, every sentence decoder and the dialect sentence readers on arbitrary bytes.
+// The NMEA line parser, the sentence records and the dialect sentence readers on arbitrary bytes.
 
 #include <cstddef>
 #include <cstdint>
@@ -25,11 +25,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   if (s.fieldCount() == 0 || (s.checksumCorrect() && s.checksumText().size() != 2)) __builtin_trap();
-  if (!onEarth(decodeGga(s).position) || !onEarth(decodeRmc(s).position) || !onEarth(decodeGll(s).position))
+  if (!onEarth(NmeaGga(s).position()) || !onEarth(NmeaRmc(s).position()) || !onEarth(NmeaGll(s).position()))
     __builtin_trap();
-  (void)decodeVtg(s);
-  (void)decodeZda(s);
-  (void)decodeGsa(s);
+  const NmeaGga gga(s);
+  const NmeaRmc rmc(s);
+  (void)gga.time(), (void)gga.altitudeM(), (void)rmc.date(), (void)NmeaZda(s).date();
   NmeaWaypoint w;
   NmeaTrackPoint p;
   NmeaRouteMessage r;

@@ -61,6 +61,28 @@ bool twoDigits(std::string_view text, std::size_t at, int& out) {
   return true;
 }
 
+// "ss.fff". A receiver's plain digits are read as one integer over a power of ten: both exact in a
+// double, so the one rounding of the division gives the same value as from_chars, at a fraction
+// of its cost (every position sentence carries a time). Anything else goes through from_chars.
+bool readSeconds(std::string_view text, double& out) {
+  constexpr std::size_t kMaxExactDigits = 15;
+  std::uint64_t digits = 0;
+  double scale = 1.0;
+  bool plain = text.size() - 1 <= kMaxExactDigits;
+  for (std::size_t i = 0; plain && i < text.size(); ++i) {
+    if (i == 2) continue;  // the point
+    plain = text[i] >= '0' && text[i] <= '9';
+    digits = digits * 10 + static_cast<std::uint64_t>(text[i] - '0');
+    if (i > 2) scale *= 10.0;
+  }
+  if (plain) {
+    out = static_cast<double>(digits) / scale;
+    return true;
+  }
+  const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), out);
+  return ec == std::errc() && end == text.data() + text.size();
+}
+
 }  // namespace
 
 void TErrorNMEA::refuse(std::int32_t errorCode, std::string_view text, std::string_view offending) {
@@ -75,9 +97,7 @@ bool readNmeaTime(std::string_view text, DateTimeRecord& out) {
   double seconds = sec;
   if (text.size() > 6) {
     if (text[6] != '.') return false;
-    const std::string_view rest = text.substr(4);
-    const auto [end, ec] = std::from_chars(rest.data(), rest.data() + rest.size(), seconds);
-    if (ec != std::errc() || end != rest.data() + rest.size()) return false;
+    if (!readSeconds(text.substr(4), seconds)) return false;
   }
   if (h > 23 || m > 59 || seconds >= 61.0) return false;
   out.hour = h;

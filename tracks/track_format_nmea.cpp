@@ -54,51 +54,55 @@ class EpochCollector {
   static const std::pair<std::string_view, Handler> kRoutes[];
 
   void takeRmc(const NmeaSentence& s) {
-    const NmeaRmc rmc = decodeRmc(s);
-    if (!rmc.time) return;
-    Epoch& e = epochAt(rmc.timeText, *rmc.time);
-    if (rmc.status != "A") e.invalid = true;
-    if (rmc.position) e.position = rmc.position;
-    if (rmc.speedKnots) e.speedMs = static_cast<float>(*rmc.speedKnots * kKnotsToMs);
-    if (rmc.courseDeg) e.courseDeg = static_cast<float>(*rmc.courseDeg);
-    if (rmc.date) e.date = rmc.date;
+    const NmeaRmc rmc(s);
+    const std::optional<DateTimeRecord> time = rmc.time();
+    if (!time) return;
+    Epoch& e = epochAt(rmc.timeText(), *time);
+    if (rmc.status() != "A") e.invalid = true;
+    if (const auto position = rmc.position()) e.position = position;
+    if (const auto knots = rmc.speedKnots()) e.speedMs = static_cast<float>(*knots * kKnotsToMs);
+    if (const auto course = rmc.courseDeg()) e.courseDeg = static_cast<float>(*course);
+    if (const auto date = rmc.date()) e.date = date;
   }
 
   void takeGga(const NmeaSentence& s) {
-    const NmeaGga gga = decodeGga(s);
-    if (!gga.time) return;
-    Epoch& e = epochAt(gga.timeText, *gga.time);
-    if (gga.quality == 0) e.invalid = true;
-    if (gga.position) e.position = gga.position;
-    if (gga.satellites && *gga.satellites > 0) e.satellites = static_cast<int>(*gga.satellites);
-    if (gga.hdop) e.hdop = static_cast<float>(*gga.hdop);
-    if (gga.altitudeM) e.altM = static_cast<float>(*gga.altitudeM);
+    const NmeaGga gga(s);
+    const std::optional<DateTimeRecord> time = gga.time();
+    if (!time) return;
+    Epoch& e = epochAt(gga.timeText(), *time);
+    if (gga.quality() == 0) e.invalid = true;
+    if (const auto position = gga.position()) e.position = position;
+    if (const auto sats = gga.satellites(); sats && *sats > 0) e.satellites = static_cast<int>(*sats);
+    if (const auto hdop = gga.hdop()) e.hdop = static_cast<float>(*hdop);
+    if (const auto alt = gga.altitudeM()) e.altM = static_cast<float>(*alt);
   }
 
   void takeGll(const NmeaSentence& s) {
-    const NmeaGll gll = decodeGll(s);
-    if (!gll.time) return;
-    Epoch& e = epochAt(gll.timeText, *gll.time);
-    if (gll.status == "V") e.invalid = true;
-    if (!e.position && gll.position) e.position = gll.position;
+    const NmeaGll gll(s);
+    const std::optional<DateTimeRecord> time = gll.time();
+    if (!time) return;
+    Epoch& e = epochAt(gll.timeText(), *time);
+    if (gll.status() == "V") e.invalid = true;
+    if (!e.position) e.position = gll.position();
   }
 
   void takeZda(const NmeaSentence& s) {
-    const NmeaZda zda = decodeZda(s);
-    if (zda.time && zda.date && zda.date->isValid()) epochAt(zda.timeText, *zda.time).date = zda.date;
+    const NmeaZda zda(s);
+    const std::optional<DateTimeRecord> time = zda.time(), date = zda.date();
+    if (time && date && date->isValid()) epochAt(zda.timeText(), *time).date = date;
   }
 
   void takeVtg(const NmeaSentence& s) {
     if (epochs.empty()) return;
-    const NmeaVtg vtg = decodeVtg(s);
+    const NmeaVtg vtg(s);
     Epoch& e = epochs.back();
-    if (vtg.courseTrueDeg && e.courseDeg < 0) e.courseDeg = static_cast<float>(*vtg.courseTrueDeg);
-    if (vtg.speedKmh && e.speedMs < 0) e.speedMs = static_cast<float>(*vtg.speedKmh * kKmhToMs);
+    if (const auto course = vtg.courseTrueDeg(); course && e.courseDeg < 0) e.courseDeg = static_cast<float>(*course);
+    if (const auto kmh = vtg.speedKmh(); kmh && e.speedMs < 0) e.speedMs = static_cast<float>(*kmh * kKmhToMs);
   }
 
   void takeGsa(const NmeaSentence& s) {
     if (epochs.empty()) return;
-    const std::optional<long long> fixType = decodeGsa(s).fixType;
+    const std::optional<long long> fixType = NmeaGsa(s).fixType();
     if (fixType == 2 || fixType == 3) epochs.back().fixType = static_cast<std::int8_t>(*fixType);
   }
 

@@ -1,6 +1,6 @@
 #pragma once
-// NMEA sentence logs as receivers and data loggers record them. Sentences are parsed by the
-// system's NMEA parser (TComandaNMEA_Rx); a bad checksum drops the sentence. One point per epoch:
+// NMEA sentence logs as receivers and data loggers record them. Sentences are read by the same
+// decoders as the live fix (tracks/nmea_sentences.hpp); a bad checksum drops the sentence. One point per epoch:
 // the position sentences (RMC, GGA, GLL) with the same time of day make one point, and VTG and GSA
 // add to the point of their epoch. Invalid fixes (RMC "V", GGA quality 0, GLL "V") give no point.
 // Dates come from RMC and ZDA; a point without one takes the date of the nearest dated point,

@@ -17,18 +17,11 @@
 
 #include "core/text.hpp"
 #include "devices/TProtocoloNMEA.hpp"
+#include "tests/support/nmea_lines.hpp"
 #include "tests/support/test_support.hpp"
 
 namespace pixtrail {
 namespace {
-
-std::string checksummed(const std::string& body) {
-  unsigned sum = 0;
-  for (const unsigned char c : body) sum ^= c;
-  char check[4];
-  std::snprintf(check, sizeof check, "%02X", sum);
-  return "$" + body + "*" + check;
-}
 
 std::vector<std::string> readLines(const std::filesystem::path& file) {
   std::ifstream in(file, std::ios::binary);
@@ -84,13 +77,13 @@ TEST_P(GpsdecodeOracle, PositionSentencesAgreeOneByOne) {
     std::vector<std::string> fields;
     std::stringstream split(body);
     for (std::string f; std::getline(split, f, ',');) fields.push_back(f);
-    std::string stream = checksummed("GPZDA,000000,01,01,2020,00,00") + "\n";
+    std::string stream = test::nmeaLine("GPZDA,000000,01,01,2020,00,00", false) + "\n";
     for (const char* t : {"000001", "000002"}) {
       fields[1] = t;
       std::string other;
       for (std::size_t k = 0; k < fields.size(); ++k) other += (k ? "," : "") + fields[k];
       if (body.back() == ',') other += ',';
-      stream += checksummed(other) + "\n";
+      stream += test::nmeaLine(other, false) + "\n";
     }
     stream += ours[i].sentence + "\n";
     test::writeFileBytes(dir / (std::to_string(i) + ".nmea"), stream);

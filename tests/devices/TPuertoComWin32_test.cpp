@@ -9,13 +9,13 @@
 #include <chrono>
 #include <cstring>
 #include <cstdlib>
-#include <functional>
 #include <string>
 #include <thread>
 
 #include "devices/TConfigPuertos.hpp"
 #include "devices/TPuertoCom.hpp"
 #include "devices/protocol_detection.hpp"
+#include "tests/devices/raised_text.hpp"
 
 namespace pixtrail {
 namespace {
@@ -26,14 +26,7 @@ long msSince(Clock::time_point start) {
   return static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
 }
 
-std::string raisedText(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const TErrorPr& error) {
-    return error.text();
-  }
-  return "(nothing raised)";
-}
+using test::raisedText;
 
 class Win32PortTest : public ::testing::Test {
  protected:

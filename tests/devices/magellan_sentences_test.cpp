@@ -5,15 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/nmea_lines.hpp"
+
 namespace pixtrail {
 namespace {
 
-TComandaNMEA_Rx parsed(const std::string& line) {
-  TComandaNMEA_Rx s;
-  TErrorNMEA error;
-  EXPECT_TRUE(s.Parse(line, error)) << line;
-  return s;
-}
+TComandaNMEA_Rx parsed(const std::string& line) { return test::parsedLine<TComandaNMEA_Rx>(line); }
 
 TEST(MagellanSentences, CommandsAndAcknowledgementsAreFramedAndChecksummed) {
   // The checksum of "PMGNCMD,END" is 3D: the text the files end with.

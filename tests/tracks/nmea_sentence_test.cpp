@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "tracks/nmea_checksum.hpp"
 #include "tracks/nmea_sentences.hpp"
+#include "tests/support/nmea_lines.hpp"
 
 namespace pixtrail {
 namespace {
@@ -12,12 +15,7 @@ namespace {
 const std::string kGga = "GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,";  // *47
 const std::string kRmc = "GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W";  // *6A
 
-NmeaSentence parsed(const std::string& line) {
-  NmeaSentence s;
-  TErrorNMEA error;
-  EXPECT_TRUE(s.Parse(line, error)) << line;
-  return s;
-}
+NmeaSentence parsed(const std::string& line) { return test::parsedLine<NmeaSentence>(line); }
 
 TEST(NmeaChecksum, MatchesPublishedSentences) {
   EXPECT_EQ(nmeaChecksum(std::string_view(kGga)), 0x47);
@@ -123,6 +121,12 @@ TEST(NmeaFields, TypedReadersTreatEmptyAndGarbledAsUnknown) {
   EXPECT_EQ(s.date(30)->year, 2004);
   EXPECT_FALSE(s.date(31));  // month 13
   DateTimeRecord t;
+  // Seconds read to the same double as the C library reads them, however many decimals.
+  for (const char* text : {"120000.1", "120008.379", "120059.999999", "120001.12345678901", "120001.1234567890123",
+                           "120000.5e1"}) {
+    ASSERT_TRUE(readNmeaTime(text, t)) << text;
+    EXPECT_EQ(t.seconds, std::strtod(text + 4, nullptr)) << text;
+  }
   for (const char* bad : {"", "2400", "240000", "126000", "12345", "1234567", "12:34:56", "1234a6"})
     EXPECT_FALSE(readNmeaTime(bad, t)) << bad;
   ASSERT_TRUE(readNmeaDate("230394", t));
@@ -130,56 +134,57 @@ TEST(NmeaFields, TypedReadersTreatEmptyAndGarbledAsUnknown) {
   for (const char* bad : {"", "320104", "0708041", "07a804"}) EXPECT_FALSE(readNmeaDate(bad, t)) << bad;
 }
 
-// The published examples, decoded field by field (values read off the sentences by hand).
-TEST(NmeaRecords, DecodePublishedSentences) {
-  // Text fields are views into the sentence: it must outlive the record.
-  const NmeaSentence ggaSentence = parsed("$" + kGga + "*47"), rmcSentence = parsed("$" + kRmc + "*6A"),
-                     gllSentence = parsed("$GPGLL,4916.45,N,12311.12,W,225444,A*31");
-  const NmeaGga gga = decodeGga(ggaSentence);
-  EXPECT_EQ(gga.timeText, "123519");
-  EXPECT_EQ(gga.time->minute, 35);
-  EXPECT_NEAR(gga.position->lat, 48.1173, 1e-12);
-  EXPECT_EQ(gga.quality, 1);
-  EXPECT_EQ(gga.satellites, 8);
-  EXPECT_EQ(gga.hdop, 0.9);
-  EXPECT_EQ(gga.altitudeM, 545.4);
-  EXPECT_EQ(gga.geoidSeparationM, 46.9);
+// The published examples, read field by field (values read off the sentences by hand).
+TEST(NmeaRecords, ReadPublishedSentences) {
+  const NmeaSentence ggaSentence = parsed("$" + kGga + "*47"), rmcSentence = parsed("$" + kRmc + "*6A");
+  const NmeaGga gga(ggaSentence);
+  EXPECT_EQ(gga.timeText(), "123519");
+  EXPECT_EQ(gga.time()->minute, 35);
+  EXPECT_NEAR(gga.position()->lat, 48.1173, 1e-12);
+  EXPECT_EQ(gga.quality(), 1);
+  EXPECT_EQ(gga.satellites(), 8);
+  EXPECT_EQ(gga.hdop(), 0.9);
+  EXPECT_EQ(gga.altitudeM(), 545.4);
+  EXPECT_EQ(gga.geoidSeparationM(), 46.9);
 
-  const NmeaRmc rmc = decodeRmc(rmcSentence);
-  EXPECT_EQ(rmc.status, "A");
-  EXPECT_EQ(rmc.speedKnots, 22.4);
-  EXPECT_EQ(rmc.courseDeg, 84.4);
-  EXPECT_EQ(rmc.dateText, "230394");
-  EXPECT_EQ(rmc.date->month, 3);
+  const NmeaRmc rmc(rmcSentence);
+  EXPECT_EQ(rmc.status(), "A");
+  EXPECT_EQ(rmc.speedKnots(), 22.4);
+  EXPECT_EQ(rmc.courseDeg(), 84.4);
+  EXPECT_EQ(rmc.dateText(), "230394");
+  EXPECT_EQ(rmc.date()->month, 3);
 
-  const NmeaGll gll = decodeGll(gllSentence);
-  EXPECT_NEAR(gll.position->lon, -(123.0 + 11.12 / 60.0), 1e-12);
-  EXPECT_EQ(gll.time->hour, 22);
-  EXPECT_EQ(gll.status, "A");
+  const NmeaSentence gllSentence = parsed("$GPGLL,4916.45,N,12311.12,W,225444,A*31");
+  const NmeaGll gll(gllSentence);
+  EXPECT_NEAR(gll.position()->lon, -(123.0 + 11.12 / 60.0), 1e-12);
+  EXPECT_EQ(gll.time()->hour, 22);
+  EXPECT_EQ(gll.status(), "A");
 
-  const NmeaVtg vtg = decodeVtg(parsed("$GPVTG,054.7,T,034.4,M,005.5,N,010.2,K*48"));
-  EXPECT_EQ(vtg.courseTrueDeg, 54.7);
-  EXPECT_EQ(vtg.speedKnots, 5.5);
-  EXPECT_EQ(vtg.speedKmh, 10.2);
+  const NmeaSentence vtgSentence = parsed("$GPVTG,054.7,T,034.4,M,005.5,N,010.2,K*48");
+  const NmeaVtg vtg(vtgSentence);
+  EXPECT_EQ(vtg.courseTrueDeg(), 54.7);
+  EXPECT_EQ(vtg.speedKnots(), 5.5);
+  EXPECT_EQ(vtg.speedKmh(), 10.2);
 
-  const NmeaZda zda = decodeZda(parsed("$GPZDA,201530.00,04,07,2002,00,00*60"));
-  EXPECT_EQ(zda.date->day, 4);
-  EXPECT_EQ(zda.date->year, 2002);
-  EXPECT_EQ(decodeGsa(parsed("$GPGSA,A,3,04,05,,09,12,,,24,,,,,2.5,1.3,2.1*39")).fixType, 3);
+  const auto date = NmeaZda(parsed("$GPZDA,201530.00,04,07,2002,00,00*60")).date();
+  EXPECT_EQ(date->day, 4);
+  EXPECT_EQ(date->year, 2002);
+  EXPECT_EQ(NmeaGsa(parsed("$GPGSA,A,3,04,05,,09,12,,,24,,,,,2.5,1.3,2.1*39")).fixType(), 3);
 }
 
 TEST(NmeaRecords, EmptyFieldsAreUnknownNotZero) {
-  const NmeaGga gga = decodeGga(parsed("$GPGGA,,,,,,,,,,M,,M,,"));
-  EXPECT_FALSE(gga.time || gga.position || gga.quality || gga.satellites || gga.hdop || gga.altitudeM ||
-               gga.geoidSeparationM);
+  const NmeaSentence empty = parsed("$GPGGA,,,,,,,,,,M,,M,,");
+  const NmeaGga gga(empty);
+  EXPECT_FALSE(gga.time() || gga.position() || gga.quality() || gga.satellites() || gga.hdop() || gga.altitudeM() ||
+               gga.geoidSeparationM());
   // "-9999" is the receivers' own mark for no altitude; feet are converted.
-  EXPECT_FALSE(decodeGga(parsed("$GPGGA,1,,,,,1,5,1,-9999,M")).altitudeM);
-  EXPECT_NEAR(*decodeGga(parsed("$GPGGA,1,,,,,1,5,1,1000,F")).altitudeM, 304.8, 1e-9);
-  const NmeaSentence rmcSentence = parsed("$GPRMC,123519,V");  // trailing fields left out
-  const NmeaRmc rmc = decodeRmc(rmcSentence);
-  EXPECT_FALSE(rmc.position || rmc.speedKnots || rmc.courseDeg || rmc.date);
-  EXPECT_EQ(rmc.status, "V");
-  EXPECT_FALSE(decodeZda(parsed("$GPZDA,201530.00,04,,2002")).date);
+  EXPECT_FALSE(NmeaGga(parsed("$GPGGA,1,,,,,1,5,1,-9999,M")).altitudeM());
+  EXPECT_NEAR(*NmeaGga(parsed("$GPGGA,1,,,,,1,5,1,1000,F")).altitudeM(), 304.8, 1e-9);
+  const NmeaSentence shortRmc = parsed("$GPRMC,123519,V");  // trailing fields left out
+  const NmeaRmc rmc(shortRmc);
+  EXPECT_FALSE(rmc.position() || rmc.speedKnots() || rmc.courseDeg() || rmc.date());
+  EXPECT_EQ(rmc.status(), "V");
+  EXPECT_FALSE(NmeaZda(parsed("$GPZDA,201530.00,04,,2002")).date());
 }
 
 TEST(NmeaRecords, MagellanTrackPoint) {
