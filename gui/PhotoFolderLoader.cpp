@@ -1,6 +1,8 @@
 #include "gui/PhotoFolderLoader.hpp"
 
 #include <QMetaObject>
+#include <QThread>
+#include <algorithm>
 #include <chrono>
 #include <exception>
 
@@ -11,9 +13,10 @@ namespace pixtrail::gui {
 namespace {
 // Batches are handed over this often, so the list fills in visibly without an update per photo.
 constexpr auto kBatchInterval = std::chrono::milliseconds(60);
-// Reading a photo waits on the disk as much as it computes; two readers keep a small machine busy
-// without starving the window's thread.
-constexpr int kReaders = 2;
+// The window's thread keeps a core of its own: on two cores a second reader made the window stall
+// longer and read no sooner (bench/gui_photo_folder_bench.sh); beyond that, two readers at most,
+// as reading waits on the disk as much as it computes.
+int readerCount() { return std::clamp(QThread::idealThreadCount() - 1, 1, 2); }
 }  // namespace
 
 PhotoFolderLoader::PhotoFolderLoader(QObject* parent) : QObject(parent) {}
@@ -29,7 +32,7 @@ void PhotoFolderLoader::start(TFotos& group, GpsQuirks quirks) {
   if (running_ > 0 || jobs_.empty()) return;  // the readers at work take the new photos too
   joinWorkers();  // readers that ran out of work are gone or going, without the lock again
   stop_ = false;
-  for (running_ = 0; running_ < kReaders; ++running_) workers_.emplace_back([this] { work(); });
+  for (running_ = 0; running_ < readerCount(); ++running_) workers_.emplace_back([this] { work(); });
 }
 
 void PhotoFolderLoader::joinWorkers() {

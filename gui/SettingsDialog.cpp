@@ -38,7 +38,7 @@ SettingsDialog::SettingsDialog(QWidget* parent) : QDialog(parent) {
   auto* form = new QFormLayout(this);
   form->addRow(tr("Working datum"), datum_);
   form->addRow(tr("Coordinate format"), format_);
-  form->addRow(tr("Projection of the map"), projection_);
+  form->addRow(tr("Projection (map and status bar)"), projection_);
   form->addRow(tiles_);
   form->addRow(tr("Tile URL"), tileUrl_);
   form->addRow(tr("Attribution"), attribution_);
