@@ -213,7 +213,7 @@ QString TAForm_MultiGPS::statusText() const {
 
 int TAForm_MultiGPS::openFiles(const QStringList& files) {
   std::string message;
-  TrackFileSettings settings = trackFileSettingsFromConfiguration(message);
+  TrackFileSettings settings = commandSettingsFromConfiguration(message).trackFiles;
   int opened = 0;
   QApplication::setOverrideCursor(Qt::WaitCursor);
   for (const QString& file : files) {
@@ -242,7 +242,7 @@ bool TAForm_MultiGPS::saveSelected(const QString& file) {
     return false;
   }
   std::string message;
-  const TrackFileSettings settings = trackFileSettingsFromConfiguration(message);
+  const TrackFileSettings settings = commandSettingsFromConfiguration(message).trackFiles;
   message.clear();
   const void* object = pointerOf(item);
   bool ok = false;
@@ -395,7 +395,7 @@ void TAForm_MultiGPS::showSettings() {
   SettingsDialog dialog(this);
   if (dialog.exec() != QDialog::Accepted) return;
   std::string message;
-  const TrackFileSettings settings = trackFileSettingsFromConfiguration(message);
+  const TrackFileSettings settings = commandSettingsFromConfiguration(message).trackFiles;
   if (dialog.workingDatum() != datumTable().workingDatum()) {
     document_.changeWorkingDatum(dialog.workingDatum(), settings.track);
     configuration().workingDatum.set(datumTable().workingDatum());
