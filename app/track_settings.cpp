@@ -6,8 +6,8 @@
 
 namespace pixtrail {
 
-TrackFileSettings trackFileSettingsFromConfiguration(std::string& message) {
-  const Configuration& c = configuration();
+namespace {
+TrackFileSettings trackFileSettings(const Configuration& c, std::string& message) {
   TrackFileSettings s;
   s.track.preferGpsAltitude = c.preferGpsAltitude;
   s.track.maxGapSeconds = c.maxGapSeconds;
@@ -21,12 +21,22 @@ TrackFileSettings trackFileSettingsFromConfiguration(std::string& message) {
   return s;
 }
 
-CoordinateTextSettings coordinateTextSettingsFromConfiguration() {
-  const Configuration& c = configuration();
+CoordinateTextSettings coordinateTextSettings(const Configuration& c) {
   CoordinateTextSettings s;
   if (c.angleFormat >= kDecimalDegrees && c.angleFormat <= kSignedDegrees) s.angleFormat = c.angleFormat;
   s.parisLetterFromLongitude = c.parisLetterFromLongitude;
   s.utmAsGeographic = c.utmAsGeographic;
+  return s;
+}
+}  // namespace
+
+CommandSettings commandSettingsFromConfiguration(std::string& message) {
+  const Configuration& c = configuration();
+  CommandSettings s;
+  s.trackFiles = trackFileSettings(c, message);
+  s.coordinateText = coordinateTextSettings(c);
+  s.exifExactQuirks = c.exifExactQuirks;
+  s.garminTimeoutMs = c.commTimeoutGarminMs;
   return s;
 }
 

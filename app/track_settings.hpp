@@ -1,5 +1,5 @@
 #pragma once
-// The track, waypoint and route file settings as the configuration holds them.
+// The settings commands take from the configuration (gps.ini), built in one place.
 
 #include <string>
 
@@ -9,10 +9,16 @@
 
 namespace pixtrail {
 
+struct CommandSettings {
+  TrackFileSettings trackFiles;
+  CoordinateTextSettings coordinateText;
+  bool exifExactQuirks = false;  // write GPS tags exactly as the original program did
+  int garminTimeoutMs = 0;
+};
+
 // From the configuration and the datum table (both loaded at start-up). A file datum the table
-// does not know falls back to WGS 84 with a message.
-TrackFileSettings trackFileSettingsFromConfiguration(std::string& message);
-// The coordinate text settings; an angle format out of range falls back to the default.
-CoordinateTextSettings coordinateTextSettingsFromConfiguration();
+// does not know falls back to WGS 84 with a message; an angle format out of range falls back to
+// the default.
+CommandSettings commandSettingsFromConfiguration(std::string& message);
 
 }  // namespace pixtrail

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "app/Startup.hpp"
+#include "core/DateTimeRecord.hpp"
 
 namespace pixtrail::cli {
 
@@ -20,6 +21,24 @@ bool startCommand(const GlobalOptions& options) {
       startSystem(StartupOptions{options.dataDir, options.configFile, options.datum}, message);
   if (!message.empty()) std::fprintf(stderr, "%s\n", message.c_str());
   return started;
+}
+
+bool startCommand(const GlobalOptions& options, CommandSettings& settings, const std::string& logDate) {
+  std::optional<DateTimeRecord> date;
+  if (!logDate.empty()) {
+    DateTimeRecord record;
+    if (!parseIsoDateTime(logDate + "T00:00:00", record)) {
+      std::fprintf(stderr, "Bad --date \"%s\": expected YYYY-MM-DD\n", logDate.c_str());
+      return false;
+    }
+    date = record;
+  }
+  if (!startCommand(options)) return false;
+  std::string warning;
+  settings = commandSettingsFromConfiguration(warning);
+  settings.trackFiles.logDate = date;
+  if (!warning.empty()) std::fprintf(stderr, "%s\n", warning.c_str());
+  return true;
 }
 
 }  // namespace pixtrail::cli

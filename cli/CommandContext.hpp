@@ -4,6 +4,8 @@
 #include <CLI/CLI.hpp>
 #include <string>
 
+#include "app/track_settings.hpp"
+
 namespace pixtrail::cli {
 
 // 0 all went well; 1 the command ran but some items failed; 2 usage error or unreadable input.
@@ -22,6 +24,9 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options);
 // Runs the start-up sequence (configuration, datum table, working datum, language file) for a
 // command; messages, warnings included, go to stderr. False when the program cannot go on.
 bool startCommand(const GlobalOptions& options);
+// The same, then every setting of the configuration a command uses. `logDate` (YYYY-MM-DD, may be
+// empty) dates track logs that carry only times of day.
+bool startCommand(const GlobalOptions& options, CommandSettings& settings, const std::string& logDate = "");
 
 // A subcommand's callback stores its exit status here; main returns it.
 struct CommandResult {

@@ -27,8 +27,9 @@ int runCoordFormat(const CoordFormatOptions& options, const GlobalOptions& globa
     std::fprintf(stderr, "LAT LON expected (or --batch)\n");
     return kExitUsage;
   }
-  if (!startCommand(global)) return kExitUsage;
-  const CoordinateTextSettings settings = coordinateTextSettingsFromConfiguration();
+  CommandSettings all;
+  if (!startCommand(global, all)) return kExitUsage;
+  const CoordinateTextSettings& settings = all.coordinateText;
   auto format = [&](std::string_view input, std::string& output, std::string& why) {
     std::vector<double> v;
     if (!readNumbers(input, 2, v, nullptr, why)) return false;

@@ -26,8 +26,9 @@ int runCoordParse(const CoordParseOptions& options, const GlobalOptions& global)
     std::fprintf(stderr, "TEXT expected (or --batch)\n");
     return kExitUsage;
   }
-  if (!startCommand(global)) return kExitUsage;
-  const CoordinateTextSettings settings = coordinateTextSettingsFromConfiguration();
+  CommandSettings all;
+  if (!startCommand(global, all)) return kExitUsage;
+  const CoordinateTextSettings& settings = all.coordinateText;
   auto parse = [&](std::string_view input, std::string& output, std::string& why) {
     double value = 0.0;
     bool isLatitude = options.latitude;

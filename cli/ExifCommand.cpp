@@ -73,13 +73,14 @@ void setupExif(CLI::App& parent, const GlobalOptions& global, CommandResult& res
 
 int runExif(const ExifCommandOptions& options, const GlobalOptions& global) {
   std::string message;
-  if (!startCommand(global)) return kExitUsage;
+  CommandSettings settings;
+  if (!startCommand(global, settings)) return kExitUsage;
   nlohmann::json all = nlohmann::json::array();
   std::size_t failed = 0;
   for (const std::string& file : options.files) {
     PhotoReport report;
     report.file = file;
-    report.exif.setGpsQuirks(options.exactQuirks || configuration().exifExactQuirks.get() ? GpsQuirks::Exact
+    report.exif.setGpsQuirks(options.exactQuirks || settings.exifExactQuirks ? GpsQuirks::Exact
                                                                                              : GpsQuirks::Safe);
     std::string readMessage;
     if (!report.exif.Read(file, readMessage)) {

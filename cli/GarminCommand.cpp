@@ -233,10 +233,11 @@ void setupGarmin(CLI::App& parent, const GlobalOptions& global, CommandResult& r
 }
 
 int runGarmin(const GarminOptions& options, const GlobalOptions& global) {
-  TrackFileSettings settings;
-  if (!startTrackCommand(global, settings)) return kExitUsage;
+  CommandSettings all;
+  if (!startCommand(global, all)) return kExitUsage;
+  const TrackFileSettings& settings = all.trackFiles;
   GarminSettings garminSettings;
-  garminSettings.timeoutMs = options.timeoutMs > 0 ? options.timeoutMs : configuration().commTimeoutGarminMs.get();
+  garminSettings.timeoutMs = options.timeoutMs > 0 ? options.timeoutMs : all.garminTimeoutMs;
   garminSettings.capabilityCache = defaultConfigFile().parent_path() / "protocol.dat";
   if (!global.configFile.empty()) garminSettings.capabilityCache = std::filesystem::path(global.configFile).parent_path() / "protocol.dat";
   if (::isatty(STDERR_FILENO) && !options.json) garminSettings.progress = drawProgress;

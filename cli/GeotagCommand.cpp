@@ -186,7 +186,9 @@ void setupGeotag(CLI::App& parent, const GlobalOptions& global, CommandResult& r
 int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global) {
   std::string message;
   GeotagOptions job;
-  if (!startTrackCommand(global, job.trackFiles, options.logDate)) return kExitUsage;
+  CommandSettings settings;
+  if (!startCommand(global, settings, options.logDate)) return kExitUsage;
+  job.trackFiles = settings.trackFiles;
   for (const auto& t : options.tracks) job.tracks.emplace_back(t);
   for (const auto& p : options.inputs) job.inputs.emplace_back(p);
   if (!options.offset.empty() && !parseClockOffset(options.offset, job.offsetSeconds)) {
@@ -208,7 +210,7 @@ int runGeotag(const GeotagCommandOptions& options, const GlobalOptions& global) 
   job.maxJumpM = options.maxJumpM;
   job.writeError = options.writeError;
   job.force = options.force;
-  job.exactQuirks = options.exactQuirks || configuration().exifExactQuirks.get();
+  job.exactQuirks = options.exactQuirks || settings.exifExactQuirks;
 
   const bool bar = !options.json && ::isatty(STDERR_FILENO);
   GeotagProgress progress;

@@ -8,9 +8,8 @@
 
 namespace pixtrail::cli {
 
-// Runs the start-up sequence and reads the track settings of the configuration; a command's own
-// options go on top afterwards. `logDate` (YYYY-MM-DD, may be empty) dates logs that carry only
-// times of day. False with the messages printed on stderr.
+// startCommand for the commands that need only the track file settings; a command's own options
+// go on top afterwards. False with the messages printed on stderr.
 bool startTrackCommand(const GlobalOptions& global, TrackFileSettings& settings, const std::string& logDate = "");
 // The --date option of every command that opens tracks.
 void addLogDateOption(CLI::App& command, std::string& logDate);

@@ -247,7 +247,7 @@ QString TAForm_MultiGPS::statusText() const {
 
 int TAForm_MultiGPS::openFiles(const QStringList& files) {
   std::string message;
-  TrackFileSettings settings = trackFileSettingsFromConfiguration(message);
+  TrackFileSettings settings = commandSettingsFromConfiguration(message).trackFiles;
   int opened = 0;
   const std::size_t groupsBefore = document_.photos.groups.size();
   QApplication::setOverrideCursor(Qt::WaitCursor);
@@ -279,7 +279,7 @@ bool TAForm_MultiGPS::saveSelected(const QString& file) {
     return false;
   }
   std::string message;
-  const TrackFileSettings settings = trackFileSettingsFromConfiguration(message);
+  const TrackFileSettings settings = commandSettingsFromConfiguration(message).trackFiles;
   message.clear();
   const void* object = pointerOf(item);
   bool ok = false;
@@ -433,7 +433,7 @@ void TAForm_MultiGPS::showSettings() {
   if (dialog.exec() != QDialog::Accepted) return;
   loader_->finish();  // photos read later would land in the old working datum
   std::string message;
-  const TrackFileSettings settings = trackFileSettingsFromConfiguration(message);
+  const TrackFileSettings settings = commandSettingsFromConfiguration(message).trackFiles;
   if (dialog.workingDatum() != datumTable().workingDatum()) {
     document_.changeWorkingDatum(dialog.workingDatum(), settings.track);
     configuration().workingDatum.set(datumTable().workingDatum());

@@ -257,7 +257,7 @@ void TForm_wizard_fotos::updateOffsetPage() {
 GeotagOptions TForm_wizard_fotos::jobOptions() const {
   GeotagOptions options;
   std::string ignored;  // an unknown file datum was reported when the document was opened
-  options.trackFiles = trackFileSettingsFromConfiguration(ignored);
+  options.trackFiles = commandSettingsFromConfiguration(ignored).trackFiles;
   double seconds = 0.0;
   if (offsetSeconds(seconds)) options.offsetSeconds = seconds;
   options.dryRun = !foto_->isChecked();  // positions found, nothing written

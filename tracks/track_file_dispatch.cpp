@@ -369,31 +369,38 @@ bool exportSegment(const TVolGPS& track, std::size_t k, const TrackFileSettings&
   return writeFile(native, native.writeTrack, *segment, written, newFile, settings.keepBackup, message);
 }
 
+namespace {
+// Waypoint and route files: the row of the kind naming the file, else the kind's catch-all.
+template <typename Data, typename Reader>
+bool openSet(const fs::path& file, DataKind kind, Reader DataFormat::*read, Data& data,
+             const TrackFileSettings& settings, std::string& message) {
+  const DataFormat& format = *findDataFormat(file, kind);
+  if (!readFile(format, format.*read, file, settings, data, message)) return false;
+  data.fileName = file.string();
+  return true;
+}
+template <typename Data, typename Writer>
+bool saveSet(const fs::path& file, DataKind kind, Writer DataFormat::*write, const Data& data,
+             const TrackFileSettings& settings, std::string& message) {
+  const DataFormat& format = *findDataFormat(file, kind);
+  return writeFile(format, format.*write, data, file, settings, settings.keepBackup, message);
+}
+}  // namespace
+
 bool openWaypoints(const fs::path& file, TBalizas& waypoints, const TrackFileSettings& settings,
                    std::string& message) {
-  const DataFormat& format = *findDataFormat(file, Waypoints);
-  if (!readFile(format, format.readWaypoints, file, settings, waypoints, message)) return false;
-  waypoints.fileName = file.string();
-  return true;
+  return openSet(file, Waypoints, &DataFormat::readWaypoints, waypoints, settings, message);
 }
-
 bool saveWaypoints(const TBalizas& waypoints, const fs::path& file, const TrackFileSettings& settings,
                    std::string& message) {
-  const DataFormat& format = *findDataFormat(file, Waypoints);
-  return writeFile(format, format.writeWaypoints, waypoints, file, settings, settings.keepBackup, message);
+  return saveSet(file, Waypoints, &DataFormat::writeWaypoints, waypoints, settings, message);
 }
-
 bool openRoutes(const fs::path& file, TRutas& routes, const TrackFileSettings& settings, std::string& message) {
-  const DataFormat& format = *findDataFormat(file, Routes);
-  if (!readFile(format, format.readRoutes, file, settings, routes, message)) return false;
-  routes.fileName = file.string();
-  return true;
+  return openSet(file, Routes, &DataFormat::readRoutes, routes, settings, message);
 }
-
 bool saveRoutes(const TRutas& routes, const fs::path& file, const TrackFileSettings& settings,
                 std::string& message) {
-  const DataFormat& format = *findDataFormat(file, Routes);
-  return writeFile(format, format.writeRoutes, routes, file, settings, settings.keepBackup, message);
+  return saveSet(file, Routes, &DataFormat::writeRoutes, routes, settings, message);
 }
 
 }  // namespace pixtrail

@@ -70,34 +70,6 @@ TEST(IgcRead, MidnightMessyLinesAndMissingDate) {
   EXPECT_FALSE(readIgcTrackText("hello\nworld\n", "x.igc", none, message));
 }
 
-TVolGPS sampleTrack() {
-  TVolGPS t;
-  for (int i = 0; i < 3; ++i) {
-    auto p = makePoint(-33.5 + i * 0.001, 151.25 - i * 0.002, kUnknownAltitude,
-                       shiftedBySeconds({31, 12, 2019, 23, 59, 59}, i));  // crosses midnight
-    p->barometricAltitudeM = 100.0f + i;
-    p->gpsAltitudeM = 110.0f + i;
-    t.appendPoint(std::move(p));
-  }
-  return t;
-}
-
-TEST(IgcWrite, RoundTripAtTheFormatsResolution) {
-  const TVolGPS track = sampleTrack();
-  TVolGPS back;
-  std::string message;
-  ASSERT_TRUE(readIgcTrackText(igcTrackText(track), "r.igc", back, message)) << message;
-  ASSERT_EQ(back.pointCount(), 3u);
-  for (std::size_t i = 0; i < 3; ++i) {
-    // A thousandth of a minute is 1/60000 degree.
-    EXPECT_NEAR(back.point(i).position.lat, track.point(i).position.lat, 1.0 / 120000);
-    EXPECT_NEAR(back.point(i).position.lon, track.point(i).position.lon, 1.0 / 120000);
-    EXPECT_EQ(back.point(i).barometricAltitudeM, track.point(i).barometricAltitudeM);
-    EXPECT_EQ(back.point(i).gpsAltitudeM, track.point(i).gpsAltitudeM);
-    EXPECT_EQ(back.point(i).time.toRecord(), track.point(i).time.toRecord()) << i;
-  }
-}
-
 TEST(IgcRead, ZeroAltitudeFieldsMeanNone) {
   const struct { const char* fix; float pressure, gps, altitude; const char* why; } rows[] = {
       {"B1000005407121N00249342WA0028000000", 280, kUnknownAltitude, 280, "no GPS altitude: the pressure one"},
@@ -124,27 +96,6 @@ TEST(IgcRead, ZeroAltitudeFieldsMeanNone) {
   ASSERT_TRUE(readIgcTrackText(igcTrackText(flat), "f.igc", back, message)) << message;
   ASSERT_EQ(back.pointCount(), 1u);
   EXPECT_FALSE(hasAltitude(back.point(0).altitude(true)));
-}
-
-TEST(IgcWrite, SaveSequenceKeepsTheBackupAndReportsAFailedRename) {
-  test::TempDir dir;
-  const std::string file = (dir / "flight.IGC").string();
-  test::writeFileBytes(file, "old log");
-  TVolGPS track = sampleTrack();
-  track.backupOnIgcSave = true;
-  std::string message;
-  ASSERT_TRUE(saveTrack(track, file, {}, message)) << message;
-  EXPECT_EQ(test::readFileBytes(dir / "flight.bak"), "old log");
-  EXPECT_EQ(test::readFileBytes(file).substr(0, 4), "AXXX");
-  EXPECT_FALSE(std::filesystem::exists(file + ".tmp"));
-
-  // A folder in the way makes the rename fail.
-  const std::string blocked = (dir / "blocked.IGC").string();
-  std::filesystem::create_directory(blocked);
-  track.backupOnIgcSave = false;
-  message.clear();
-  EXPECT_FALSE(saveTrack(track, blocked, {}, message));
-  EXPECT_NE(message.find("Error renaming the tmp file to igc"), std::string::npos) << message;
 }
 
 TEST(Igz, ReadsTheLogInsideAndReportsABrokenArchive) {

@@ -31,34 +31,6 @@ TEST(MagellanText, ReadsWaypointsWithOrWithoutTheLayoutLineAndReportsDamagedOnes
   EXPECT_NEAR(w.waypoints[1].position.lat, -(33 + 51.408 / 60), 1e-12);
 }
 
-TEST(MagellanText, WrittenWaypointsReadBackTheSame) {
-  TBalizas w;
-  const struct {
-    const char* name;
-    double lat, lon;
-    float alt;
-  } rows[] = {{"N-E", 0.0, 0.0, 0}, {"S-W", -89.99999, -179.99999, -400}, {"N-W", 60.0, -0.000001, 8848}};
-  for (const auto& r : rows) {
-    TBaliza& b = w.waypoints.emplace();
-    b.name = r.name;
-    b.position = {r.lon, r.lat, r.alt};
-  }
-  const std::string text = magellanWaypointText(w);
-  EXPECT_EQ(text.rfind(std::string(magellan_text::kWaypointLayout) + "\r\n", 0), 0u);
-  EXPECT_EQ(text.substr(text.size() - 17), "$PMGNCMD,END*3D\r\n");
-  TBalizas back;
-  std::string message;
-  ASSERT_TRUE(parseMagellanWaypointText(text, back, message)) << message;
-  ASSERT_EQ(back.waypoints.size(), 3u);
-  for (std::size_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(back.waypoints[i].name, rows[i].name);
-    // Four decimals of a minute: 0.0001' is under 2e-6 degrees.
-    EXPECT_NEAR(back.waypoints[i].position.lat, rows[i].lat, 2e-6) << rows[i].name;
-    EXPECT_NEAR(back.waypoints[i].position.lon, rows[i].lon, 2e-6) << rows[i].name;
-    EXPECT_EQ(back.waypoints[i].position.alt, rows[i].alt) << rows[i].name;
-  }
-}
-
 TEST(MagellanText, RoutesResolveTheirWaypointsAndKeepTheirNames) {
   TRutas routes;
   for (const char* name : {"OUT", "BACK"}) {
@@ -94,31 +66,6 @@ TEST(MagellanText, ARouteNamingAnUnknownWaypointIsRefusedWhole) {
   EXPECT_FALSE(parseMagellanRouteText(text, routes, message));
   EXPECT_EQ(message, "NMEA-Mag: Baliza de ruta no encontrada (route 2)");
   EXPECT_TRUE(routes.routes.empty()) << "nothing half-read reaches the caller";
-}
-
-TEST(MagellanText, TheWaypointAndRouteFilesChooseTheFormByContentAndExtension) {
-  test::TempDir dir;
-  TBalizas w;
-  TBaliza& b = w.waypoints.emplace();
-  b.name = "HOME";
-  b.position = {2.0, 41.0, 10.0f};
-  std::string message;
-  ASSERT_TRUE(saveWaypoints(w, dir / "a.upt", {}, message)) << message;
-  EXPECT_TRUE(looksLikeMagellanText(test::readFileBytes(dir / "a.upt")));
-  TBalizas back;
-  ASSERT_TRUE(openWaypoints(dir / "a.upt", back, {}, message)) << message;
-  ASSERT_EQ(back.waypoints.size(), 1u);
-  EXPECT_EQ(back.waypoints[0].name, "HOME");
-  // A native file stays native; a Magellan route file is written back as one.
-  ASSERT_TRUE(saveWaypoints(back, dir / "a.wpt", {}, message)) << message;
-  EXPECT_FALSE(looksLikeMagellanText(test::readFileBytes(dir / "a.wpt")));
-  test::writeFileBytes(dir / "in.rte", framed("PMGNWPL,4100.000,N,00200.000,E,0000010,M,HOME,,a") +
-                                           framed("PMGNRTE,1,1,c,1,HOME,a"));
-  TRutas r;
-  ASSERT_TRUE(openRoutes(dir / "in.rte", r, {}, message)) << message;
-  EXPECT_TRUE(r.magellanText);
-  ASSERT_TRUE(saveRoutes(r, dir / "out.rte", {}, message)) << message;
-  EXPECT_TRUE(looksLikeMagellanText(test::readFileBytes(dir / "out.rte")));
 }
 
 }  // namespace

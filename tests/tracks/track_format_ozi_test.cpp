@@ -61,25 +61,5 @@ TEST(OziTrack, HeaderGivesNameColourWidthAndDatum) {
   }
 }
 
-TEST(OziTrack, RoundTripKeepsSegmentsAltitudesAndTimes) {
-  TVolGPS t;
-  std::string message;
-  ASSERT_TRUE(openTrack(test::testData("formats/track_20070813_short.plt"), t, {}, message));
-  t.point(5).segmentStart = 1;
-  TVolGPS back;
-  ASSERT_TRUE(readOziTrackText(oziTrackText(t), "r.plt", back, message)) << message;
-  ASSERT_EQ(back.pointCount(), t.pointCount());
-  for (std::size_t i = 0; i < t.pointCount(); ++i) {
-    EXPECT_NEAR(back.point(i).position.lat, t.point(i).position.lat, 1e-7);
-    EXPECT_NEAR(back.point(i).altitude(true), t.point(i).altitude(true), 0.03);  // 0.1 ft
-    EXPECT_EQ(back.point(i).segmentStart, i == 0 || i == 5) << i;
-    DateTimeValue a = 0, b = 0;
-    ASSERT_TRUE(t.point(i).time.toValue(a));
-    ASSERT_TRUE(back.point(i).time.toValue(b));
-    EXPECT_NEAR(a * kSecondsPerDay, b * kSecondsPerDay, 0.01);
-  }
-  EXPECT_EQ(back.headerText('P'), t.headerText('P'));
-}
-
 }  // namespace
 }  // namespace pixtrail
