@@ -183,8 +183,12 @@ void refuseSharedOutputs(std::vector<std::pair<TFoto*, GeotagPhotoResult*>>& toW
   });
 }
 
-// Several photos in flight: one reads its EXIF segment while another's image data is copied.
-constexpr std::size_t kWriters = 8;
+// Several photos in flight: one reads its EXIF segment while another's image data is copied. More
+// writers than cores only contend in the file system (ext4 spends the time finding free inodes:
+// 300 small photos took 1.4 s with eight writers, 0.6 s with two, on two cores).
+std::size_t writerCount() {
+  return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 2, 4);
+}
 
 }  // namespace
 
@@ -418,7 +422,7 @@ bool geotagWithTracks(const GeotagOptions& options, VectorP<TVolGPS>& tracks,
   };
   {
     std::vector<std::jthread> writers;
-    for (std::size_t w = 0; w < std::min(kWriters, toWrite.size()); ++w) writers.emplace_back(writer);
+    for (std::size_t w = 0; w < std::min(writerCount(), toWrite.size()); ++w) writers.emplace_back(writer);
   }
   if (!options.dryRun) {
     const auto failed = batch.commit();

@@ -47,7 +47,7 @@ bool TFoto::load(const std::filesystem::path& file, std::string& message) {
 
 void TFoto::forgetExif() {
   exif.clear();
-  thumbnail = std::string();
+  std::string().swap(thumbnail);  // assigning an empty string would keep the buffer
   exifForgotten_ = true;
 }
 

@@ -170,9 +170,10 @@ int TJpegExif::CountTags(std::uint32_t directory) const {
 }
 
 void TJpegExif::clear() {
-  const GpsQuirks quirks = quirks_;
-  *this = TJpegExif{};
-  quirks_ = quirks;
+  // Swapped out rather than assigned: assigning an empty string keeps the old one's buffer.
+  TJpegExif empty;
+  empty.quirks_ = quirks_;
+  std::swap(*this, empty);
 }
 
 std::string TJpegExif::Dump() const {

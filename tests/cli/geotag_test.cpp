@@ -34,8 +34,14 @@ TEST_F(GeotagCommand, JsonReportsEveryPhotoAndOutNeverOverwrites) {
   EXPECT_EQ(rows[2]["status"], "not-covered");  // Casio: year 2000
   EXPECT_TRUE(rows[2]["lat"].is_null());
 
-  // A second run finds the tagged photo there already and leaves it alone.
+  // Without the flush at the end the same bytes are written.
   const std::string first = test::readFileBytes(dir / "out/canon.jpg");
+  const std::string unsynced = (dir / "unsynced").string();
+  r = test::runPixtrail(run("--no-sync --out " + shellQuote(unsynced) + " " + shellQuote((dir / "photos").string())));
+  EXPECT_EQ(r.status, 1) << r.err;
+  EXPECT_EQ(test::readFileBytes(dir / "unsynced/canon.jpg"), first);
+
+  // A second run finds the tagged photo there already and leaves it alone.
   r = test::runPixtrail(run("--out " + shellQuote(out) + " " + shellQuote((dir / "photos/canon.jpg").string())));
   EXPECT_EQ(r.status, 1);
   EXPECT_NE(r.err.find("Error saving file"), std::string::npos) << r.err;
@@ -47,6 +53,7 @@ TEST_F(GeotagCommand, UsageErrorsExitWithTwo) {
   const std::string photo = shellQuote((dir / "photos/canon.jpg").string());
   EXPECT_EQ(test::runPixtrail(run(photo)).status, 2) << "neither --out nor --in-place";
   EXPECT_EQ(test::runPixtrail(run("--in-place --offset 1h " + photo)).status, 2);
+  EXPECT_EQ(test::runPixtrail(run("--in-place --no-sync " + photo)).status, 2) << "in place is always flushed";
   EXPECT_EQ(test::runPixtrail("geotag --track nowhere.trk --in-place " + photo).status, 2);
   EXPECT_EQ(test::readFileBytes(dir / "photos/canon.jpg"), original);
 }

@@ -204,6 +204,7 @@ std::vector<std::uint32_t> words(const TJpegExif& exif, std::uint16_t key) {
   return out;
 }
 
+// The arithmetic of the rationals is the codec's (exif_rationals_test); these are the entries.
 TEST(JpegExifWrite, EncodesPositionsAsTheSystemDoes) {
   const struct {
     const char* why;
@@ -213,12 +214,9 @@ TEST(JpegExifWrite, EncodesPositionsAsTheSystemDoes) {
     std::vector<std::uint32_t> alt;
   } rows[] = {
       {"whole minutes", {2.0, 41.5, 100.0f}, "N", {41, 1, 30, 1, 0, 1}, {100, 1}},
-      {"seconds in thousandths, truncated", {2.0, 10.0 + 2.1234567 / 3600.0, 0.0f}, "N", {10, 1, 0, 1, 2123, 1000}, {0, 1}},
       {"south", {2.0, -12.25, 0.0f}, "S", {12, 1, 15, 1, 0, 1}, {0, 1}},
       {"negative altitude stays in the numerator", {2.0, 41.5, -5.5f}, "N", {41, 1, 30, 1, 0, 1}, {0xFFFFEA84u, 1000}},
       {"unknown altitude written as it is", {2.0, 41.5, kUnknownAltitude}, "N", {41, 1, 30, 1, 0, 1}, {0xFFFFD8F1u, 1}},
-      // 40.4 is 40.39999... in binary: 23 minutes 59.99999... seconds, truncated.
-      {"binary value truncated", {2.0, 40.4, 465.4f}, "N", {40, 1, 23, 1, 59999, 1000}, {465399, 1000}},
   };
   for (const auto& row : rows) {
     TJpegExif exif;
@@ -248,8 +246,6 @@ TEST(JpegExifWrite, SafeEncodingFoldsTheSignLeavesUnknownAltitudeOutAndKeepsDeci
       {"unknown altitude", {2.0, 41.5, kUnknownAltitude}, {41, 1, 30, 1, 0, 1}, -1, {}, 0.0},
       {"just above the unknown limit", {2.0, 41.5, -998.0f}, {41, 1, 30, 1, 0, 1}, 1, {998, 1}, -998.0},
       {"decimals as given", {2.0, 40.4, 465.4f}, {40, 1, 24, 1, 0, 1}, 0, {465400, 1000}, 465.4},
-      {"seconds still truncated", {2.0, 10.0 + 2.1234567 / 3600.0, 8848.86f}, {10, 1, 0, 1, 2123, 1000}, 0,
-       {8848860, 1000}, 8848.86},
   };
   for (const auto& row : rows) {
     TJpegExif exif;
