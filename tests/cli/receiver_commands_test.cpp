@@ -40,6 +40,16 @@ std::vector<std::string> walk(int seconds) {
   return lines;
 }
 
+// Whether some process has `path` open, read from /proc.
+bool lineHeldElsewhere(const std::string& path) {
+  namespace fs = std::filesystem;
+  std::error_code ec, inner;  // processes come and go while this looks
+  for (fs::directory_iterator p("/proc", ec), end; !ec && p != end; p.increment(ec))
+    for (fs::directory_iterator fd(p->path() / "fd", inner); !inner && fd != end; fd.increment(inner))
+      if (fs::read_symlink(fd->path(), inner) == path) return true;
+  return false;
+}
+
 class ReceiverCommandTest : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(pty.ok()); }
@@ -71,13 +81,21 @@ TEST_F(ReceiverCommandTest, DetectNamesTheProtocolAndRemembersIt) {
 }
 
 TEST_F(ReceiverCommandTest, DetectOnASilentLineFailsWithinItsTimeout) {
-  const auto start = std::chrono::steady_clock::now();
+  const auto msSince = [](std::chrono::steady_clock::time_point t) {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - t).count();
+  };
+  // The program's own start-up, which a loaded machine or a sanitized build stretches, is not
+  // the detection's time.
+  auto start = std::chrono::steady_clock::now();
+  pixtrail("--version");
+  const auto startupMs = msSince(start);
+  start = std::chrono::steady_clock::now();
   const auto run = pixtrail("detect --timeout 500 --port " + shellQuote(pty.slavePath()));
-  const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
+  const auto ms = msSince(start);
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.out, "");
   EXPECT_NE(run.err.find(std::string(kNmeaSilent)), std::string::npos) << run.err;
-  EXPECT_LT(ms, 3000);
+  EXPECT_LT(ms, startupMs + 2500);
 
   const auto missing = pixtrail("detect --port /dev/no-such-gps");
   EXPECT_EQ(missing.status, 1);
@@ -111,8 +129,8 @@ TEST_F(ReceiverCommandTest, LiveFixRecordsEveryPositionUntilTheTimeIsUp) {
 
 TEST_F(ReceiverCommandTest, CtrlCAndUnpluggingKeepWhatWasReceived) {
   {
-    test::NmeaFeeder feeder(pty, walk(60), 20);
-    const auto run = test::runCommand("timeout --preserve-status -s INT 1 " + shellQuote(PIXTRAIL_CLI_PATH) + " " +
+    test::NmeaFeeder feeder(pty, walk(200), 20);
+    const auto run = test::runCommand("timeout --preserve-status -s INT 3 " + shellQuote(PIXTRAIL_CLI_PATH) + " " +
                                       config() + "nmea --record " + shellQuote((dir / "ctrlc.TRK").string()) +
                                       " --port " + shellQuote(pty.slavePath()));
     EXPECT_EQ(run.status, 0) << run.err;
@@ -122,13 +140,18 @@ TEST_F(ReceiverCommandTest, CtrlCAndUnpluggingKeepWhatWasReceived) {
   test::PtyPair pty;
   ASSERT_TRUE(pty.ok());
   std::thread device([&pty] {
+    // Until the program holds the line (a slow start must not find it unplugged already), then a
+    // moment for it to set the line up.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!lineHeldElsewhere(pty.slavePath()) && std::chrono::steady_clock::now() < deadline)
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     for (const std::string& line : walk(10)) pty.send(line);
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     pty.closeMaster();
   });
   const auto run = pixtrail("nmea --seconds 10 --record " + shellQuote((dir / "pulled.gpx").string()) +
-                                     " --port " + shellQuote(pty.slavePath()));
+                            " --port " + shellQuote(pty.slavePath()));
   device.join();
   EXPECT_EQ(run.status, 1);
   EXPECT_NE(run.err.find("Error en la recepcion"), std::string::npos) << run.err;
