@@ -30,14 +30,15 @@ run: build
 
 # Whole suite (unit, oracle, slow) on the normal build, then the unit tests again under
 # AddressSanitizer and UndefinedBehaviorSanitizer.
-# The Windows build (`make windows-test`, `make windows32`) joins this once the whole library
-# builds for it again.
+# The Windows build (`make windows-test`, `make windows32`) is a CI step of its own (.ci/run): it
+# compiles everything a second time.
 test: build asan
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
 	ctest --test-dir $(ASAN_BUILD) -L unit --output-on-failure -j $(JOBS)
 
-# 64-bit Windows: library, pixtrail.exe and the unit tests, cross-compiled with mingw-w64.
-windows: deps
+# 64-bit Windows: library, pixtrail.exe and the unit tests, cross-compiled with mingw-w64. The
+# Linux program is built first: a test compares the two programs' output.
+windows: build
 	scripts/build-windows-deps.sh x86_64-w64-mingw32 $(WIN_BUILD)/deps
 	cmake -S . -B $(WIN_BUILD) $(GENERATOR) -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-w64-x86_64.cmake \
 	  -DCMAKE_BUILD_TYPE=Release -DPIXTRAIL_BENCH=OFF -DPIXTRAIL_NATIVE_CLI=$(CURDIR)/$(BUILD)/pixtrail

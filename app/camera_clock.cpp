@@ -9,6 +9,7 @@
 #include <exception>
 #include <vector>
 
+#include "app/time_zone_database.hpp"
 #include "core/messages.hpp"
 #include "core/text.hpp"
 #include "photos/TJpegExif.hpp"
@@ -69,6 +70,7 @@ bool TimeZone::set(std::string_view name, std::string& message) {
   }
   // The library reports an unknown zone or a missing database by throwing; nothing else here does.
   try {
+    locateTimeZoneDatabase();
     const date::time_zone* zone = equalsIgnoreCase(name, "local") ? date::current_zone()
                                                                   : date::locate_zone(std::string(name));
     zone_ = zone;

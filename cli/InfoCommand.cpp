@@ -27,12 +27,12 @@ nlohmann::json trackJson(const std::string& file, const TVolGPS& track) {
                       {"segments", s.segments},
                       {"start", s.hasTimes ? nlohmann::json(timeText(true, s.start)) : nlohmann::json(nullptr)},
                       {"end", s.hasTimes ? nlohmann::json(timeText(true, s.end)) : nlohmann::json(nullptr)},
-                      {"length_m", s.distanceM},
+                      {"length_m", measuredValue(s.distanceM)},
                       {"duration_s", s.durationS},
                       {"moving_time_s", s.movingTimeS},
-                      {"average_speed_ms", s.averageSpeedMs},
-                      {"moving_speed_ms", s.movingSpeedMs},
-                      {"max_speed_ms", s.maxSpeedMs}};
+                      {"average_speed_ms", measuredValue(s.averageSpeedMs)},
+                      {"moving_speed_ms", measuredValue(s.movingSpeedMs)},
+                      {"max_speed_ms", measuredValue(s.maxSpeedMs)}};
   j["bbox"] = track.pointCount() ? nlohmann::json::array({s.minLat, s.minLon, s.maxLat, s.maxLon})
                                  : nlohmann::json(nullptr);
   if (s.hasAltitudes) {
@@ -40,8 +40,8 @@ nlohmann::json trackJson(const std::string& file, const TVolGPS& track) {
     j["altitude_max_m"] = s.altitudeMaxM;
     j["gain_m"] = s.gainM;
     j["loss_m"] = s.lossM;
-    j["max_climb_ms"] = s.maxClimbMs;
-    j["max_sink_ms"] = s.maxSinkMs;
+    j["max_climb_ms"] = measuredValue(s.maxClimbMs);
+    j["max_sink_ms"] = measuredValue(s.maxSinkMs);
   }
   return j;
 }

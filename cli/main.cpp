@@ -46,6 +46,8 @@ int main(int argc, char** argv) {
 #endif
   CLI::App app{"Pixtrail: geotag photos from GPS tracks; tracks, waypoints, coordinates and receivers"};
   app.set_version_flag("--version", "pixtrail " PIXTRAIL_VERSION);
+  // The same options on every system: "/path" is a file name, never a Windows-style "/option".
+  app.allow_windows_style_options(false);
   GlobalOptions global;
   CommandResult result;
   addGlobalOptions(app, global);

@@ -1,7 +1,7 @@
 # The libraries of the Windows build, under the same target names the Linux build finds.
 set(PIXTRAIL_WINDOWS_DEPS "${CMAKE_BINARY_DIR}/deps" CACHE PATH
     "Prefix where scripts/build-windows-deps.sh put pugixml, minizip and the header-only libraries")
-if(NOT EXISTS "${PIXTRAIL_WINDOWS_DEPS}/lib/libpugixml.a")
+if(NOT EXISTS "${PIXTRAIL_WINDOWS_DEPS}/lib/libpugixml.a" OR NOT EXISTS "${PIXTRAIL_WINDOWS_DEPS}/lib/libdate-tz.a")
   message(FATAL_ERROR "Run scripts/build-windows-deps.sh ${PIXTRAIL_MINGW_TRIPLET} ${PIXTRAIL_WINDOWS_DEPS} first")
 endif()
 set(deps "${PIXTRAIL_WINDOWS_DEPS}")
@@ -28,6 +28,17 @@ foreach(target CLI11::CLI11 nlohmann_json::nlohmann_json Boost::headers)
                         INTERFACE_INCLUDE_DIRECTORIES "${deps}/include")
 endforeach()
 
+# Time zones: the date library over the IANA text database, which Windows lacks, so a copy of it
+# goes into the data folder (tzdata/, with CLDR's map of Windows zone names for "local").
+# The definitions are the ones its tz.cpp was built with. Its default folder is found through the
+# shell (SHGetKnownFolderPath), hence shell32 and ole32.
+add_library(date::date-tz STATIC IMPORTED)
+set_target_properties(date::date-tz PROPERTIES IMPORTED_LOCATION "${deps}/lib/libdate-tz.a"
+                      INTERFACE_COMPILE_DEFINITIONS "USE_OS_TZDB=0;HAS_REMOTE_API=0;ONLY_C_LOCALE=1;HAS_STRING_VIEW=1"
+                      INTERFACE_INCLUDE_DIRECTORIES "${deps}/include"
+                      INTERFACE_LINK_LIBRARIES "shell32;ole32")
+file(COPY "${deps}/share/tzdata" DESTINATION "${CMAKE_BINARY_DIR}/data")
+
 # Garmin USB goes through the Garmin driver's own interface on Windows: no libusb.
 add_library(PkgConfig::LIBUSB INTERFACE IMPORTED)
 
@@ -35,3 +46,6 @@ set(PIXTRAIL_MINGW_BINMODE /usr/${PIXTRAIL_MINGW_TRIPLET}/lib/binmode.o)
 if(NOT EXISTS ${PIXTRAIL_MINGW_BINMODE})
   message(FATAL_ERROR "${PIXTRAIL_MINGW_BINMODE} missing: install the mingw-w64 toolchain (scripts/install-deps.sh)")
 endif()
+
+# POSIX headers the Windows runtime lacks (sys/file.h, sys/random.h), over core/posix_compat.hpp.
+include_directories(BEFORE "${CMAKE_SOURCE_DIR}/core/posix_compat")

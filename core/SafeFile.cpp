@@ -205,7 +205,12 @@ bool carryOver(int fd, const fs::path& target, const Target& t, const SafeWriteO
     return false;
   }
   if (options.keepModificationTime) {
+#ifdef _WIN32
+    // The runtime's stat holds whole seconds only.
+    const std::array<struct timespec, 2> times = {timespec{t.st.st_atime, 0}, timespec{t.st.st_mtime, 0}};
+#else
     const std::array<struct timespec, 2> times = {t.st.st_atim, t.st.st_mtim};
+#endif
     if (::futimens(fd, times.data()) != 0) {
       appendMessage(message, "Cannot keep the modification time of " + target.string() + ": " + systemReason(errno));
       return false;

@@ -26,6 +26,8 @@ packages=(
   # the Windows build: mingw-w64 (POSIX threads), zlib for it, wine to run its tests, and
   # dpkg-dev for `apt-get source` of the libraries built for it (scripts/build-windows-deps.sh)
   g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev wine64 dpkg-dev
+  # CLDR's map of Windows zone names to IANA ones, shipped with the Windows build's tzdata/
+  unicode-cldr-core
 )
 
 missing=()

@@ -69,7 +69,9 @@ TEST_F(ConfigFile, AChangeIsWrittenBackKeepingWhatOthersStored) {
 TEST_F(ConfigFile, ALinkedFileIsWrittenThroughItsLink) {
   std::filesystem::create_directory(dir / "dotfiles");
   test::writeFileBytes(dir / "dotfiles" / "gps.ini", "[General]\r\nComm_Timeout_Garmin=750\r\n");
-  std::filesystem::create_symlink(dir / "dotfiles" / "gps.ini", file);
+  std::error_code linkError;
+  std::filesystem::create_symlink(dir / "dotfiles" / "gps.ini", file, linkError);
+  if (linkError) GTEST_SKIP() << "no symbolic links here without special rights: " << linkError.message();
   ASSERT_TRUE(config.load(file, message)) << message;
   config.commTimeoutGarminMs.set(900);
   EXPECT_TRUE(config.lastWriteError().empty()) << config.lastWriteError();

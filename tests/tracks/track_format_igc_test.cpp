@@ -100,8 +100,9 @@ TEST(IgcRead, ZeroAltitudeFieldsMeanNone) {
 
 TEST(Igz, ReadsTheLogInsideAndReportsABrokenArchive) {
   test::TempDir dir;
-  const std::string igz = (dir / "flight.igz").string();
-  zipFile zf = zipOpen(igz.c_str(), APPEND_STATUS_CREATE);
+  // The path's own characters, wide on Windows, as the reader hands them to minizip.
+  const std::filesystem::path igz = dir / "flight.igz";
+  zipFile zf = zipOpen64(igz.c_str(), APPEND_STATUS_CREATE);
   ASSERT_NE(zf, nullptr);
   const std::string log = test::readFileBytes(test::testData("formats/igc2.igc"));
   zip_fileinfo info{};

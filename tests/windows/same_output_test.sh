@@ -41,7 +41,7 @@ compare "geotag dry run" geotag --dry-run --json --track samples/retiro-walk.trk
 compare "datums" datums --json
 
 # Files written: a conversion of the sample track, and photos tagged into a folder.
-for ext in gpx plt kml; do
+for ext in gpx plt trk igc; do
   "$linux" convert samples/retiro-walk.trk "$work/linux/walk.$ext" >/dev/null 2>&1
   "$wine_run" "$prefix" "$windows" convert samples/retiro-walk.trk "$work/windows/walk.$ext" >/dev/null 2>&1
   if cmp -s "$work/linux/walk.$ext" "$work/windows/walk.$ext" && [ -s "$work/linux/walk.$ext" ]; then
