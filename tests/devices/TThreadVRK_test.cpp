@@ -9,8 +9,7 @@
 #include <chrono>
 #include <thread>
 
-#include "devices/TConfigPuertos.hpp"
-#include "tests/devices/pty_pair.hpp"
+#include "tests/devices/pty_device_fixture.hpp"
 
 namespace pixtrail {
 namespace {
@@ -18,19 +17,15 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Kind = CommNotification::Kind;
 
-class WatchThreadTest : public ::testing::Test {
+class WatchThreadTest : public test::PtyDeviceTest {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(pty.ok());
-    TConfigPuerto config;
-    ASSERT_TRUE(TConfigPuerto::fromText(pty.slavePath(), config));
-    device = std::make_unique<TGPSConectado>(config, 256, 50);
-    device->open();
+    PtyDeviceTest::SetUp();
     device->watch(loop);
   }
-  test::PtyPair pty;
+  // The watch thread posts to the loop: the device goes first.
+  void TearDown() override { device.reset(); }
   NotificationLoop loop;
-  std::unique_ptr<TGPSConectado> device;
   char buffer[300] = {};
 };
 

@@ -9,24 +9,16 @@
 #include <chrono>
 #include <vector>
 
-#include "devices/TConfigPuertos.hpp"
 #include "tests/devices/nmea_feeder.hpp"
-#include "tests/devices/pty_pair.hpp"
+#include "tests/devices/pty_device_fixture.hpp"
 
 namespace pixtrail {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-class DetectionTest : public ::testing::Test {
+class DetectionTest : public test::PtyDeviceTest {
  protected:
-  void SetUp() override {
-    ASSERT_TRUE(pty.ok());
-    TConfigPuerto config;
-    ASSERT_TRUE(TConfigPuerto::fromText(pty.slavePath(), config));
-    device = std::make_unique<TGPSConectado>(config, 256, 50);
-    device->open();
-  }
   DetectResult detect(int timeoutMs, GpsProtocol tryFirst = GpsProtocol::none,
                       std::span<const ProtocolProbe> probes = protocolProbes()) {
     DetectOptions options;
@@ -35,8 +27,6 @@ class DetectionTest : public ::testing::Test {
     options.log = [this](std::string_view line) { log.emplace_back(line); };
     return detectProtocol(device->port(), options, probes);
   }
-  test::PtyPair pty;
-  std::unique_ptr<TGPSConectado> device;
   std::vector<std::string> log;
 };
 
