@@ -454,9 +454,14 @@ bool writeFileSafely(const fs::path& target, const FileContent& content, const S
 namespace {
 
 bool changedSince(const struct stat& before, const struct stat& now) {
-  return !sameFile(before, now) || before.st_mode != now.st_mode || before.st_uid != now.st_uid ||
-         before.st_gid != now.st_gid || before.st_mtim.tv_sec != now.st_mtim.tv_sec ||
-         before.st_mtim.tv_nsec != now.st_mtim.tv_nsec;
+  if (!sameFile(before, now) || before.st_mode != now.st_mode || before.st_uid != now.st_uid ||
+      before.st_gid != now.st_gid)
+    return true;
+#ifdef _WIN32
+  return before.st_mtime != now.st_mtime;  // whole seconds only there
+#else
+  return before.st_mtim.tv_sec != now.st_mtim.tv_sec || before.st_mtim.tv_nsec != now.st_mtim.tv_nsec;
+#endif
 }
 
 // Starts writing the file out now, without waiting, so that the batch's one flush finds little left.
